@@ -1,0 +1,43 @@
+# Helpers shared by every module's CMakeLists.txt.
+#
+#   aurimo_library(NAME aurimo_cache ALIAS aurimo::cache SOURCES ... DEPS ...)
+#   aurimo_test(NAME cache_tests SOURCES ... DEPS ... [LABELS concurrency])
+#   aurimo_benchmark(NAME cache_bench SOURCES ... DEPS ...)
+
+function(aurimo_defaults target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic)
+endfunction()
+
+function(aurimo_library)
+  cmake_parse_arguments(ARG "" "NAME;ALIAS" "SOURCES;DEPS;PRIVATE_DEPS" ${ARGN})
+  add_library(${ARG_NAME} STATIC ${ARG_SOURCES})
+  add_library(${ARG_ALIAS} ALIAS ${ARG_NAME})
+  target_include_directories(${ARG_NAME} PUBLIC
+    $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>)
+  target_link_libraries(${ARG_NAME} PUBLIC ${ARG_DEPS} PRIVATE ${ARG_PRIVATE_DEPS})
+  aurimo_defaults(${ARG_NAME})
+endfunction()
+
+function(aurimo_test)
+  if(NOT AURIMO_BUILD_TESTS)
+    return()
+  endif()
+  cmake_parse_arguments(ARG "" "NAME" "SOURCES;DEPS;LABELS" ${ARGN})
+  add_executable(${ARG_NAME} ${ARG_SOURCES})
+  target_link_libraries(${ARG_NAME} PRIVATE ${ARG_DEPS} GTest::gmock GTest::gtest_main)
+  aurimo_defaults(${ARG_NAME})
+  gtest_discover_tests(${ARG_NAME}
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES LABELS "${ARG_LABELS}")
+endfunction()
+
+function(aurimo_benchmark)
+  if(NOT AURIMO_BUILD_BENCH)
+    return()
+  endif()
+  cmake_parse_arguments(ARG "" "NAME" "SOURCES;DEPS" ${ARGN})
+  add_executable(${ARG_NAME} ${ARG_SOURCES})
+  target_link_libraries(${ARG_NAME} PRIVATE ${ARG_DEPS} benchmark::benchmark)
+  aurimo_defaults(${ARG_NAME})
+endfunction()
