@@ -1,0 +1,25 @@
+#include "cache/expiry.h"
+
+namespace cache {
+
+platform::Date Expiry::dateAt(platform::Date now) const {
+  switch (kind_) {
+    case Kind::seconds:
+      return now + platform::seconds(interval_);
+    case Kind::date:
+      return date_;
+    case Kind::never:
+      break;
+  }
+  return platform::dateFromUnixSeconds(kNeverUnixSeconds);
+}
+
+platform::Date Expiry::date() const { return dateAt(platform::Clock::current().now()); }
+
+// One reading of the clock, so a `seconds` expiry cannot race past "now".
+bool Expiry::isExpired() const {
+  const platform::Date now = platform::Clock::current().now();
+  return dateAt(now) < now;
+}
+
+}  // namespace cache
