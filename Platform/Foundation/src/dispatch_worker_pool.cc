@@ -1,0 +1,165 @@
+// The worker pool behind the global queues and serial queues, and the timer
+// thread of delayed blocks.
+//
+// The pool keeps about one running worker per core. A worker that waits in
+// sync() or DispatchGroup::wait() stops counting, so the pool may start
+// another one; a monitor adds a worker when queued work makes no progress at
+// all, which covers blocks that wait on something the pool cannot see (a
+// plain mutex, a future). Idle workers exit after a while.
+
+#include <algorithm>
+#include <cstdlib>
+#include <system_error>
+
+#include "internal/dispatch_core.h"
+
+namespace platform::internal {
+namespace {
+
+constexpr std::size_t kThreadLimit = 256;
+constexpr auto kIdleExit = std::chrono::seconds(15);
+constexpr auto kStallCheck = std::chrono::milliseconds(50);
+
+thread_local bool isWorker = false;
+// Set once exit() starts: workers stop taking new work so none starts while
+// statics are being destroyed.
+std::atomic<bool> exiting{false};
+
+}  // namespace
+
+WorkerPool& WorkerPool::shared() {
+  // Never destroyed: detached workers may still be running at exit.
+  static WorkerPool& pool = *new WorkerPool();
+  return pool;
+}
+
+WorkerPool::WorkerPool() : maxActive_(std::max(2u, std::thread::hardware_concurrency())) {
+  std::atexit([] { exiting.store(true, std::memory_order_release); });
+  std::thread([this] { monitorMain(); }).detach();
+}
+
+bool WorkerPool::onWorkerThread() { return isWorker; }
+
+void WorkerPool::submit(QualityOfService qos, std::shared_ptr<QueueCore> queue, std::function<void()> block) {
+  std::lock_guard lock(mutex_);
+  jobs_[static_cast<int>(qos)].push_back(Job{std::move(queue), std::move(block)});
+  ++pending_;
+  if (idle_ >= pending_) {
+    wake_.notify_one();
+  } else {
+    growIfStarvedLocked();
+    if (idle_ > 0) wake_.notify_one();
+  }
+  if (pending_ == 1) monitorWake_.notify_one();
+}
+
+void WorkerPool::willBlock() {
+  std::lock_guard lock(mutex_);
+  ++blocked_;
+  growIfStarvedLocked();
+}
+
+void WorkerPool::didUnblock() {
+  std::lock_guard lock(mutex_);
+  --blocked_;
+}
+
+void WorkerPool::growIfStarvedLocked() {
+  if (pending_ > idle_ && threads_ - blocked_ < maxActive_ && threads_ < kThreadLimit) spawnLocked();
+}
+
+void WorkerPool::spawnLocked() {
+  try {
+    std::thread([this] { workerMain(); }).detach();
+    ++threads_;
+  } catch (const std::system_error&) {
+    // Out of threads: the existing workers carry on; the monitor tries again later.
+  }
+}
+
+void WorkerPool::workerMain() {
+  isWorker = true;
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    if (exiting.load(std::memory_order_acquire)) {
+      --threads_;
+      return;
+    }
+    if (pending_ == 0) {
+      ++idle_;
+      bool woken = wake_.wait_for(lock, kIdleExit, [this] { return pending_ > 0; });
+      --idle_;
+      if (!woken) {
+        --threads_;
+        return;
+      }
+      continue;
+    }
+    auto queue = std::find_if(std::begin(jobs_), std::end(jobs_), [](const auto& jobs) { return !jobs.empty(); });
+    Job job = std::move(queue->front());
+    queue->pop_front();
+    --pending_;
+    ++taken_;
+    lock.unlock();
+    if (job.block) {
+      ScopedQueueFrame frame(job.queue.get());
+      job.queue->runBlock(job.block);
+    } else {
+      job.queue->drain();
+    }
+    job = {};
+    lock.lock();
+  }
+}
+
+void WorkerPool::monitorMain() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    monitorWake_.wait(lock, [this] { return pending_ > 0; });
+    std::uint64_t takenBefore = taken_;
+    monitorWake_.wait_for(lock, kStallCheck);
+    if (exiting.load(std::memory_order_acquire)) return;
+    if (pending_ > 0 && taken_ == takenBefore && idle_ == 0 && threads_ < kThreadLimit) spawnLocked();
+  }
+}
+
+DelayedBlocks& DelayedBlocks::shared() {
+  // Never destroyed, as the pool.
+  static DelayedBlocks& timers = *new DelayedBlocks();
+  return timers;
+}
+
+void DelayedBlocks::schedule(std::chrono::steady_clock::time_point deadline, std::shared_ptr<QueueCore> queue,
+                             std::function<void()> block) {
+  std::lock_guard lock(mutex_);
+  entries_.emplace(std::make_pair(deadline, sequence_++), Entry{std::move(queue), std::move(block)});
+  if (!started_) {
+    started_ = true;
+    std::thread([this] { timerMain(); }).detach();
+  }
+  changed_.notify_one();
+}
+
+void DelayedBlocks::timerMain() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    if (exiting.load(std::memory_order_acquire)) return;
+    if (entries_.empty()) {
+      changed_.wait(lock);
+      continue;
+    }
+    auto first = entries_.begin();
+    if (first->first.first > std::chrono::steady_clock::now()) {
+      changed_.wait_until(lock, first->first.first);
+      continue;
+    }
+    Entry entry = std::move(first->second);
+    entries_.erase(first);
+    lock.unlock();
+    entry.queue->async(std::move(entry.block));
+    entry = {};
+    lock.lock();
+  }
+}
+
+}  // namespace platform::internal
