@@ -1,0 +1,31 @@
+#pragma once
+// AppSettingsStorage: the app's persisted settings as static accessors,
+// nested by the component that owns each one, all kept in
+// platform::UserDefaults::standard() under the key spelled like the path.
+//
+// Thread contract: as UserDefaults, safe from any thread.
+//
+//   using Links = SettingsStoreKit::AppSettingsStorage::AppContext::UniversalLinkManager;
+//   Links::setOnboardingVersion(7);
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace SettingsStoreKit {
+
+struct AppSettingsStorage {
+  struct AppContext {
+    struct UniversalLinkManager {
+      static constexpr std::string_view kOnboardingVersionKey =
+          "AppSettingsStorage.AppContext.UniversalLinkManager.onboardingVersion";
+
+      // nullopt when never written or when the stored value is not an integer.
+      static std::optional<std::int64_t> onboardingVersion();
+      // nullopt removes the setting.
+      static void setOnboardingVersion(std::optional<std::int64_t> version);
+    };
+  };
+};
+
+}  // namespace SettingsStoreKit

@@ -1,0 +1,84 @@
+#pragma once
+// UserDefaults: the app's small key-value settings store.
+//
+// standard() persists to "user-defaults.json" in the settings directory; every
+// change rewrites the file atomically before set() returns, so nothing waits
+// for a flush at exit. A file that cannot be read or parsed is moved aside as
+// "<name>.corrupt-<unix seconds>", reported once on stderr, and the store
+// starts empty. Default-constructed stores live in memory only (tests).
+//
+// Values: bool, int64, double, string, Data (tagged base64 in the file, so it
+// reads back as Data) or any JSON through setObject().
+//
+// Thread contract: every member is safe from any thread.
+//
+//   platform::UserDefaults::standard().set(true, "Feature.enabled");
+//   bool enabled = platform::UserDefaults::standard().boolForKey("Feature.enabled");
+
+#include <cstdint>
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/data.h"
+#include "platform/replaceable.h"
+
+namespace platform {
+
+class UserDefaults {
+ public:
+  static constexpr std::string_view kFileName = "user-defaults.json";
+
+  // In memory only.
+  UserDefaults();
+  // Backed by `file`, loaded now; its folder is created (0700) on first write.
+  explicit UserDefaults(std::filesystem::path file);
+  UserDefaults(const UserDefaults&) = delete;
+  UserDefaults& operator=(const UserDefaults&) = delete;
+
+  // Backed by Directories::current().settingsDirectory() / kFileName.
+  static UserDefaults& standard() { return slot().get(); }
+  static Replaceable<UserDefaults>& slot();
+
+  // Missing keys read as false / 0 / 0.0 / nullopt. Numbers, bools and
+  // numeric strings convert between each other as the platform's store does.
+  bool boolForKey(std::string_view key) const;
+  std::int64_t integerForKey(std::string_view key) const;
+  double doubleForKey(std::string_view key) const;
+  std::optional<std::string> stringForKey(std::string_view key) const;
+  std::optional<Data> dataForKey(std::string_view key) const;
+  // The stored value as JSON (Data as a JSON binary value), nullopt if missing.
+  std::optional<nlohmann::json> objectForKey(std::string_view key) const;
+
+  void set(bool value, std::string_view key);
+  void set(std::int64_t value, std::string_view key);
+  void set(int value, std::string_view key) { set(static_cast<std::int64_t>(value), key); }
+  void set(double value, std::string_view key);
+  void set(std::string_view value, std::string_view key);
+  void set(const std::string& value, std::string_view key) { set(std::string_view(value), key); }
+  void set(const char* value, std::string_view key) { set(std::string_view(value), key); }
+  void set(const Data& value, std::string_view key);
+  // Stores any JSON; null removes the key.
+  void setObject(nlohmann::json value, std::string_view key);
+  void removeObjectForKey(std::string_view key);
+
+  // The backing file, or nullopt for an in-memory store.
+  const std::optional<std::filesystem::path>& file() const { return file_; }
+
+ private:
+  std::optional<nlohmann::json> find(std::string_view key) const;
+  void store(std::string_view key, nlohmann::json value);
+  void load();
+  void saveLocked();
+
+  const std::optional<std::filesystem::path> file_;
+  mutable std::mutex mutex_;
+  nlohmann::json values_ = nlohmann::json::object();  // guarded by mutex_
+  bool saveFailing_ = false;                           // guarded by mutex_
+};
+
+}  // namespace platform
