@@ -1,0 +1,63 @@
+#pragma once
+// DiskDirectory: the part of DiskStorage that does not depend on the key and
+// value types: file naming, atomic writes, reads and the expiry sweep over
+// one cache directory. Kept out of the template so it compiles once.
+//
+// Thread contract: no state of its own besides immutable fields; operations
+// may run from any thread, the file system being the only shared state.
+//
+//   internal::DiskDirectory directory(files, config, "/tmp/cache/Images");
+//   directory.write(directory.pathForName("A1.png"), bytes, expiryDate);
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "cache/disk_config.h"
+#include "platform/clock.h"
+#include "platform/data.h"
+#include "platform/file_manager.h"
+
+namespace cache::internal {
+
+class DiskDirectory {
+ public:
+  using OnRemove = std::function<void(const std::string& path)>;
+
+  DiskDirectory(platform::FileManager& fileManager, DiskConfig config, std::string path)
+      : fileManager_(&fileManager), config_(std::move(config)), path_(std::move(path)) {}
+
+  // config.directory (or the caches directory) with config.name appended.
+  static std::string resolvePath(platform::FileManager& fileManager, const DiskConfig& config);
+
+  // Upper-case hex MD5 of the key, plus the path extension of its last component.
+  static std::string fileNameForText(std::string_view key);
+  // The decimal text of the key's hash mixed with a seed drawn once per process.
+  static std::string fileNameForHash(std::size_t hash);
+  // Hidden, so sweeps and readers never take them for cache files.
+  static bool isTemporaryName(std::string_view name);
+
+  std::string pathForName(std::string_view name) const;
+
+  // Creates the directory when nothing exists at `path`.
+  void create();
+  void write(const std::string& filePath, const platform::Data& data, platform::Date expiryDate);
+  platform::FileContents read(const std::string& filePath);
+  void remove(const std::string& filePath, const OnRemove& onRemove);
+  void removeAll();
+  void removeExpired(const OnRemove& onRemove);
+  std::uint64_t totalSize();
+
+  platform::FileManager& fileManager() const { return *fileManager_; }
+  const DiskConfig& config() const { return config_; }
+  const std::string& path() const { return path_; }
+
+ private:
+  platform::FileManager* fileManager_;  // not owned, never null
+  DiskConfig config_;
+  std::string path_;
+};
+
+}  // namespace cache::internal

@@ -1,0 +1,22 @@
+#pragma once
+// MemoryCapsule: one object held by a memory storage, type-erased so that
+// storages of different value types can share a cache, with the absolute
+// expiry resolved when it was written.
+//
+// Thread contract: immutable once stored.
+//
+//   cache::MemoryCapsule capsule{std::any(42), cache::Expiry::date(when)};
+//   const int* answer = std::any_cast<int>(&capsule.object);
+
+#include <any>
+
+#include "cache/expiry.h"
+
+namespace cache {
+
+struct MemoryCapsule {
+  std::any object;
+  Expiry expiry;  // always the `date` kind
+};
+
+}  // namespace cache

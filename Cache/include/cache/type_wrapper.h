@@ -1,0 +1,35 @@
+#pragma once
+// TypeWrapper<T>: the JSON box codable values are stored in, so any value,
+// even a bare number, becomes a JSON object: 5 is written as {"object":5}.
+//
+// Thread contract: a plain value.
+//
+//   std::string text = nlohmann::json(cache::TypeWrapper<int>{5}).dump();  // {"object":5}
+//   int five = nlohmann::json::parse(text).get<cache::TypeWrapper<int>>().object;
+
+#include <nlohmann/json.hpp>
+
+#include "cache/codable.h"
+
+namespace cache {
+
+template <JSONCodable T>
+struct TypeWrapper {
+  static constexpr const char* kObjectKey = "object";
+  T object;
+};
+
+}  // namespace cache
+
+// A serializer rather than from_json so T need not be default-constructible.
+template <class T>
+struct nlohmann::adl_serializer<cache::TypeWrapper<T>> {
+  static void to_json(nlohmann::json& json, const cache::TypeWrapper<T>& wrapper) {
+    json = nlohmann::json::object();
+    json[cache::TypeWrapper<T>::kObjectKey] = wrapper.object;
+  }
+  // A missing key or a value of the wrong type throws the JSON library's own errors.
+  static cache::TypeWrapper<T> from_json(const nlohmann::json& json) {
+    return cache::TypeWrapper<T>{json.at(cache::TypeWrapper<T>::kObjectKey).template get<T>()};
+  }
+};

@@ -1,0 +1,182 @@
+#include "cache/internal/disk_directory.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <random>
+#include <vector>
+
+#include "cache/disk_storage_error.h"
+#include "cache/md5.h"
+
+namespace cache::internal {
+namespace {
+
+// Temporaries carry their creation second (by the process clock) in their
+// name, because their modification date is already the expiry date.
+constexpr std::string_view kTemporaryPrefix = ".aurimo-";
+constexpr std::int64_t kStaleTemporarySeconds = 60;
+
+std::int64_t unixSecondsNow(platform::Date now) {
+  return std::chrono::floor<std::chrono::seconds>(now.time_since_epoch()).count();
+}
+
+std::optional<std::int64_t> temporaryCreationSeconds(std::string_view name) {
+  if (!name.starts_with(kTemporaryPrefix)) return std::nullopt;
+  name.remove_prefix(kTemporaryPrefix.size());
+  std::int64_t seconds = 0;
+  const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), seconds);
+  if (error != std::errc() || end == name.data() + name.size() || *end != '-') return std::nullopt;
+  return seconds;
+}
+
+std::uint64_t processSeed() {
+  static const std::uint64_t seed = [] {
+    std::random_device device;
+    return (static_cast<std::uint64_t>(device()) << 32) ^ device();
+  }();
+  return seed;
+}
+
+// The extension of the last path component: the text after its last full
+// stop, empty when there is none. Trailing slashes do not end a component.
+std::string_view pathExtension(std::string_view key) {
+  while (!key.empty() && key.back() == '/') key.remove_suffix(1);
+  if (const auto slash = key.rfind('/'); slash != std::string_view::npos) key.remove_prefix(slash + 1);
+  const auto dot = key.rfind('.');
+  return dot == std::string_view::npos ? std::string_view() : key.substr(dot + 1);
+}
+
+struct KeptFile {
+  std::string path;
+  std::optional<platform::Date> modificationDate;
+  std::uint64_t allocatedSize;
+};
+
+}  // namespace
+
+std::string DiskDirectory::resolvePath(platform::FileManager& fileManager, const DiskConfig& config) {
+  std::string parent = config.directory ? config.directory->string() : fileManager.cachesDirectory();
+  while (parent.size() > 1 && parent.back() == '/') parent.pop_back();
+  if (parent != "/") parent.push_back('/');
+  return parent + config.name;
+}
+
+std::string DiskDirectory::fileNameForText(std::string_view key) {
+  const std::string_view extension = pathExtension(key);
+  std::string name(kMD5HexLength + (extension.empty() ? 0 : extension.size() + 1), '.');
+  md5HexDigits(md5Digest(key), name.data());
+  if (!extension.empty()) name.replace(kMD5HexLength + 1, extension.size(), extension);
+  return name;
+}
+
+std::string DiskDirectory::fileNameForHash(std::size_t hash) {
+  // splitmix64's finaliser: every bit of the seed and the hash reaches every bit.
+  std::uint64_t x = processSeed() ^ (static_cast<std::uint64_t>(hash) * 0x9e3779b97f4a7c15ull);
+  x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9ull;
+  x = (x ^ (x >> 27)) * 0x94d049bb133111ebull;
+  x ^= x >> 31;
+  return std::to_string(static_cast<std::int64_t>(x));
+}
+
+bool DiskDirectory::isTemporaryName(std::string_view name) { return name.starts_with(kTemporaryPrefix); }
+
+std::string DiskDirectory::pathForName(std::string_view name) const {
+  std::string filePath;
+  filePath.reserve(path_.size() + 1 + name.size());
+  filePath.append(path_).append("/").append(name);
+  return filePath;
+}
+
+void DiskDirectory::create() {
+  if (!fileManager_->fileExists(path_)) fileManager_->createDirectory(path_, true);
+}
+
+void DiskDirectory::write(const std::string& filePath, const platform::Data& data, platform::Date expiryDate) {
+  char prefix[48];
+  const auto seconds = unixSecondsNow(platform::Clock::current().now());
+  char* end = std::copy(kTemporaryPrefix.begin(), kTemporaryPrefix.end(), prefix);
+  end = std::to_chars(end, prefix + sizeof prefix - 1, seconds).ptr;
+  *end++ = '-';
+  fileManager_->writeFileAtomically(filePath, data, std::string_view(prefix, static_cast<std::size_t>(end - prefix)),
+                                    expiryDate);
+}
+
+platform::FileContents DiskDirectory::read(const std::string& filePath) {
+  return fileManager_->contentsOfFile(filePath);
+}
+
+void DiskDirectory::remove(const std::string& filePath, const OnRemove& onRemove) {
+  fileManager_->removeItem(filePath);
+  if (onRemove) onRemove(filePath);
+}
+
+void DiskDirectory::removeAll() {
+  fileManager_->removeItem(path_);
+  fileManager_->createDirectory(path_, true);
+}
+
+void DiskDirectory::removeExpired(const OnRemove& onRemove) {
+  const platform::Date now = platform::Clock::current().now();
+  const std::int64_t staleBefore = unixSecondsNow(now) - kStaleTemporarySeconds;
+
+  std::uint64_t totalSize = 0;
+  std::vector<std::string> expired;
+  std::vector<KeptFile> kept;
+  std::vector<std::string> staleTemporaries;
+  const bool enumerated = fileManager_->enumerateDirectory(
+      path_, [](std::string_view name) { return name.front() != '.' || isTemporaryName(name); },
+      [&](const platform::DirectoryEntry& entry) {
+        if (entry.name.front() == '.') {
+          const auto created = temporaryCreationSeconds(entry.name);
+          if (created && *created < staleBefore) staleTemporaries.push_back(entry.path);
+          return;
+        }
+        if (entry.attributes.isDirectory()) return;
+        const auto& date = entry.attributes.modificationDate;
+        if (date && *date < now) {
+          expired.push_back(entry.path);
+          return;
+        }
+        if (const auto& size = entry.attributes.totalFileAllocatedSize) {
+          totalSize += *size;
+          kept.push_back(KeptFile{entry.path, date, *size});
+        }
+      });
+  if (!enumerated) throw DiskStorageError(DiskStorageError::fileEnumeratorFailed);
+
+  for (const std::string& temporary : staleTemporaries) {
+    try {
+      fileManager_->removeItem(temporary);
+    } catch (const std::exception&) {
+      // Its writer may have just renamed it; either way the next sweep retries.
+    }
+  }
+  for (const std::string& filePath : expired) remove(filePath, onRemove);
+
+  if (config_.maxSize == 0 || totalSize <= config_.maxSize) return;
+  const std::uint64_t target = config_.maxSize / 2;
+  // Newest modification date (the latest expiry) first. A file without a
+  // date sorts as the oldest, so it never moves ahead of a dated one.
+  std::stable_sort(kept.begin(), kept.end(), [](const KeptFile& a, const KeptFile& b) {
+    return a.modificationDate.value_or(platform::Date::min()) > b.modificationDate.value_or(platform::Date::min());
+  });
+  for (const KeptFile& file : kept) {
+    remove(file.path, onRemove);
+    totalSize -= file.allocatedSize;
+    if (totalSize < target) break;
+  }
+}
+
+std::uint64_t DiskDirectory::totalSize() {
+  std::uint64_t total = 0;
+  const bool enumerated = fileManager_->enumerateDirectory(
+      path_, [](std::string_view name) { return name.front() != '.'; },
+      [&](const platform::DirectoryEntry& entry) {
+        if (!entry.attributes.isDirectory()) total += entry.attributes.size;
+      });
+  if (!enumerated) throw DiskStorageError(DiskStorageError::fileEnumeratorFailed);
+  return total;
+}
+
+}  // namespace cache::internal
