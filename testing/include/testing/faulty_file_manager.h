@@ -1,0 +1,114 @@
+#pragma once
+// FaultyFileManager: forwards to a real file manager and injects the faults
+// that disks produce: a full disk on write (after half the bytes went out),
+// permission denied, a failing rename, and files whose modification date is
+// lost. Counts every fault it injected. Subclass it and override one method
+// for anything more specific.
+//
+// Thread contract: the switches and the counter are atomic; forwarding is as
+// thread-safe as the wrapped manager.
+//
+//   testing_support::FaultyFileManager files;   // over the default manager
+//   files.failWritesWithDiskFull(true);  // next write throws ENOSPC
+
+#include <atomic>
+#include <cerrno>
+#include <string>
+
+#include "platform/file_manager.h"
+
+namespace testing_support {
+
+class FaultyFileManager : public platform::FileManager {
+ public:
+  explicit FaultyFileManager(platform::FileManager& base = platform::FileManager::defaultManager())
+      : base_(base) {}
+
+  void failWritesWithDiskFull(bool on) { diskFull_ = on; }
+  void denyPermission(bool on) { permissionDenied_ = on; }
+  void failRenames(bool on) { failRenames_ = on; }
+  void dropModificationDates(bool on) { dropDates_ = on; }
+  int injectedFaults() const { return injected_.load(); }
+
+  std::string cachesDirectory() override { return base_.cachesDirectory(); }
+  bool fileExists(const std::string& path) override { return base_.fileExists(path); }
+  void createDirectory(const std::string& path, bool withIntermediateDirectories) override {
+    denyIfAsked("mkdir", path);
+    base_.createDirectory(path, withIntermediateDirectories);
+  }
+  void removeItem(const std::string& path) override {
+    denyIfAsked("unlink", path);
+    base_.removeItem(path);
+  }
+  void renameItem(const std::string& from, const std::string& to) override {
+    denyIfAsked("rename", to);
+    if (failRenames_) inject("rename", to, EIO);
+    base_.renameItem(from, to);
+  }
+  platform::FileContents contentsOfFile(const std::string& path) override {
+    denyIfAsked("open", path);
+    platform::FileContents contents = base_.contentsOfFile(path);
+    if (dropDates_) contents.attributes.modificationDate.reset();
+    return contents;
+  }
+  platform::FileAttributes attributesOfItem(const std::string& path) override {
+    denyIfAsked("stat", path);
+    platform::FileAttributes attributes = base_.attributesOfItem(path);
+    if (dropDates_) attributes.modificationDate.reset();
+    return attributes;
+  }
+  void setModificationDate(const std::string& path, platform::Date date) override {
+    denyIfAsked("utimensat", path);
+    base_.setModificationDate(path, date);
+  }
+  platform::WritableFile createTemporaryFile(const std::string& directory, std::string_view namePrefix) override {
+    denyIfAsked("open", directory);
+    return base_.createTemporaryFile(directory, namePrefix);
+  }
+  void write(platform::WritableFile& file, std::span<const std::uint8_t> bytes) override {
+    if (diskFull_) {
+      base_.write(file, bytes.first(bytes.size() / 2));
+      inject("write", file.path(), ENOSPC);
+    }
+    base_.write(file, bytes);
+  }
+  void setModificationDate(platform::WritableFile& file, platform::Date date) override {
+    base_.setModificationDate(file, date);
+  }
+  void closeFile(platform::WritableFile& file) override { base_.closeFile(file); }
+  [[nodiscard]] bool enumerateDirectory(const std::string& path, const NameFilter& include,
+                                        const EntryVisitor& visit) override {
+    if (permissionDenied_) {
+      ++injected_;
+      return false;
+    }
+    if (!dropDates_) return base_.enumerateDirectory(path, include, visit);
+    return base_.enumerateDirectory(path, include, [&](const platform::DirectoryEntry& entry) {
+      platform::FileAttributes attributes = entry.attributes;
+      attributes.modificationDate.reset();
+      visit(platform::DirectoryEntry{entry.name, entry.path, attributes});
+    });
+  }
+
+ protected:
+  platform::FileManager& base() { return base_; }
+
+  [[noreturn]] void inject(const char* operation, const std::string& path, int errnoValue) {
+    ++injected_;
+    platform::throwFileError(operation, path, errnoValue);
+  }
+
+ private:
+  void denyIfAsked(const char* operation, const std::string& path) {
+    if (permissionDenied_) inject(operation, path, EACCES);
+  }
+
+  platform::FileManager& base_;
+  std::atomic<bool> diskFull_{false};
+  std::atomic<bool> permissionDenied_{false};
+  std::atomic<bool> failRenames_{false};
+  std::atomic<bool> dropDates_{false};
+  std::atomic<int> injected_{0};
+};
+
+}  // namespace testing_support
