@@ -1,0 +1,217 @@
+#include "platform/calendar.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+
+namespace platform {
+namespace {
+
+using Policy = Calendar::MatchingPolicy;
+using Repeated = Calendar::RepeatedTimePolicy;
+using Direction = Calendar::SearchDirection;
+using Component = Calendar::Component;
+
+// "2024-03-31T01:00:00.5Z", read with the C library so expectations do not
+// depend on the code under test.
+Date utc(const std::string& text) {
+  std::tm fields{};
+  double second = 0;
+  if (std::sscanf(text.c_str(), "%d-%d-%dT%d:%d:%lfZ", &fields.tm_year, &fields.tm_mon, &fields.tm_mday,
+                  &fields.tm_hour, &fields.tm_min, &second) != 6) {
+    ADD_FAILURE() << "bad test time " << text;
+  }
+  fields.tm_year -= 1900;
+  fields.tm_mon -= 1;
+  const double whole = std::floor(second);
+  const auto nanos = std::llround((second - whole) * 1e9);
+  return Date(std::chrono::seconds(timegm(&fields) + static_cast<long long>(whole)) + std::chrono::nanoseconds(nanos));
+}
+
+std::string show(Date date) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(date);
+  std::tm fields{};
+  gmtime_r(&seconds, &fields);
+  char text[32];
+  std::strftime(text, sizeof text, "%FT%TZ", &fields);
+  return text;
+}
+
+Calendar in(const char* zone) {
+  auto timeZone = TimeZone::named(zone);
+  if (!timeZone) ADD_FAILURE() << "no zone " << zone << " in the system database";
+  return Calendar(timeZone.value_or(TimeZone::gmt()));
+}
+
+DateComponents at(int hour, int minute, int second) { return {.hour = hour, .minute = minute, .second = second}; }
+
+struct NextDateCase {
+  const char* name;
+  const char* zone;
+  const char* after;
+  DateComponents matching;
+  Policy policy;
+  Repeated repeated;
+  Direction direction;
+  const char* expected;  // nullptr: no match
+};
+
+class NextDate : public testing::TestWithParam<NextDateCase> {};
+
+TEST_P(NextDate, FindsTheFirstMatchingInstant) {
+  const NextDateCase& c = GetParam();
+  auto found = in(c.zone).nextDate(utc(c.after), c.matching, c.policy, c.repeated, c.direction);
+  if (!c.expected) {
+    EXPECT_FALSE(found.has_value());
+  } else {
+    ASSERT_TRUE(found.has_value());
+    EXPECT_EQ(*found, utc(c.expected)) << show(*found);
+  }
+}
+
+constexpr auto F = Direction::forward;
+// Europe/Berlin: 2024-03-31 02:00 CET -> 03:00 CEST; 2024-10-27 03:00 CEST -> 02:00 CET.
+// America/New_York: 2024-03-10 02:00 EST -> 03:00 EDT; 2024-11-03 02:00 EDT -> 01:00 EST.
+INSTANTIATE_TEST_SUITE_P(
+    Zones, NextDate,
+    testing::Values(
+        NextDateCase{"LaterSameDay", "Europe/Berlin", "2024-06-10T07:00:00Z", at(10, 0, 0), Policy::nextTime,
+                     Repeated::first, F, "2024-06-10T08:00:00Z"},
+        NextDateCase{"StrictlyAfter", "Europe/Berlin", "2024-06-10T08:00:00Z", at(10, 0, 0), Policy::nextTime,
+                     Repeated::first, F, "2024-06-11T08:00:00Z"},
+        NextDateCase{"EveningToNextMorning", "America/New_York", "2024-11-03T01:00:00Z", at(10, 0, 0),
+                     Policy::nextTime, Repeated::first, F, "2024-11-03T15:00:00Z"},
+        NextDateCase{"BerlinGapNextTime", "Europe/Berlin", "2024-03-30T12:00:00Z", at(2, 30, 0), Policy::nextTime,
+                     Repeated::first, F, "2024-03-31T01:00:00Z"},
+        NextDateCase{"BerlinGapPreservingForward", "Europe/Berlin", "2024-03-30T12:00:00Z", at(2, 30, 0),
+                     Policy::nextTimePreservingSmallerComponents, Repeated::first, F, "2024-03-31T01:30:00Z"},
+        NextDateCase{"BerlinGapPreservingBack", "Europe/Berlin", "2024-03-30T12:00:00Z", at(2, 30, 0),
+                     Policy::previousTimePreservingSmallerComponents, Repeated::first, F, "2024-03-31T00:30:00Z"},
+        NextDateCase{"BerlinGapStrict", "Europe/Berlin", "2024-03-30T12:00:00Z", at(2, 30, 0), Policy::strict,
+                     Repeated::first, F, "2024-04-01T00:30:00Z"},
+        NextDateCase{"NewYorkGapNextTime", "America/New_York", "2024-03-09T17:00:00Z", at(2, 30, 0),
+                     Policy::nextTime, Repeated::first, F, "2024-03-10T07:00:00Z"},
+        NextDateCase{"BerlinRepeatedFirst", "Europe/Berlin", "2024-10-26T12:00:00Z", at(2, 30, 0), Policy::nextTime,
+                     Repeated::first, F, "2024-10-27T00:30:00Z"},
+        NextDateCase{"BerlinRepeatedLast", "Europe/Berlin", "2024-10-26T12:00:00Z", at(2, 30, 0), Policy::nextTime,
+                     Repeated::last, F, "2024-10-27T01:30:00Z"},
+        // Inside the repeated hour the first occurrence is already past: the next day is next.
+        NextDateCase{"BerlinRepeatedAlreadyPassed", "Europe/Berlin", "2024-10-27T00:45:00Z", at(2, 30, 0),
+                     Policy::nextTime, Repeated::first, F, "2024-10-28T01:30:00Z"},
+        NextDateCase{"NewYorkRepeatedFirst", "America/New_York", "2024-11-02T16:00:00Z", at(1, 30, 0),
+                     Policy::nextTime, Repeated::first, F, "2024-11-03T05:30:00Z"},
+        NextDateCase{"NewYorkRepeatedLast", "America/New_York", "2024-11-02T16:00:00Z", at(1, 30, 0),
+                     Policy::nextTime, Repeated::last, F, "2024-11-03T06:30:00Z"},
+        NextDateCase{"MinuteOnly", "America/New_York", "2024-06-10T12:20:00Z", {.minute = 15}, Policy::nextTime,
+                     Repeated::first, F, "2024-06-10T13:15:00Z"},
+        NextDateCase{"MondayMorning", "Europe/Berlin", "2024-06-08T12:00:00Z", {.hour = 9, .weekday = 2},
+                     Policy::nextTime, Repeated::first, F, "2024-06-10T07:00:00Z"},
+        NextDateCase{"LeapDay", "Europe/Berlin", "2024-03-01T00:00:00Z", {.month = 2, .day = 29}, Policy::strict,
+                     Repeated::first, F, "2028-02-28T23:00:00Z"},
+        NextDateCase{"Backward", "America/New_York", "2024-06-10T12:00:00Z", at(10, 0, 0), Policy::nextTime,
+                     Repeated::first, Direction::backward, "2024-06-09T14:00:00Z"},
+        NextDateCase{"HourOutOfRange", "Europe/Berlin", "2024-06-10T12:00:00Z", at(24, 0, 0), Policy::nextTime,
+                     Repeated::first, F, nullptr},
+        NextDateCase{"YearAlreadyPast", "Europe/Berlin", "2024-06-10T12:00:00Z", {.year = 2020, .hour = 1},
+                     Policy::nextTime, Repeated::first, F, nullptr}),
+    [](const testing::TestParamInfo<NextDateCase>& info) { return std::string(info.param.name); });
+
+TEST(Calendar, ComponentsRoundTripOutsideRepeatedHours) {
+  const std::set<Component> all{Component::year, Component::month, Component::day, Component::hour,
+                                Component::minute, Component::second, Component::nanosecond};
+  for (const char* zone : {"Europe/Berlin", "America/New_York"}) {
+    for (const char* instant : {"2024-01-15T23:59:59.999999999Z", "2024-03-31T01:00:00Z", "2024-11-03T05:59:59Z",
+                                "1970-01-01T00:00:00Z", "2200-12-31T12:34:56.5Z"}) {
+      const Calendar calendar = in(zone);
+      EXPECT_EQ(calendar.date(calendar.dateComponents(all, utc(instant))), utc(instant)) << zone << " " << instant;
+    }
+  }
+}
+
+TEST(Calendar, SplitsAnInstantInItsZone) {
+  const Date instant = utc("2024-10-27T01:30:00Z");  // 02:30 CET, the second 02:30 that night
+  auto c = in("Europe/Berlin").dateComponents(
+      {Component::year, Component::month, Component::day, Component::hour, Component::minute, Component::weekday,
+       Component::weekdayOrdinal, Component::quarter, Component::timeZone},
+      instant);
+  DateComponents expected{.timeZone = TimeZone::named("Europe/Berlin"), .year = 2024, .month = 10, .day = 27,
+                          .hour = 2, .minute = 30, .weekday = 1, .weekdayOrdinal = 4, .quarter = 4};
+  EXPECT_EQ(c, expected);
+  EXPECT_EQ(in("America/New_York").component(Component::hour, instant), 21);
+  // Building it back picks the first 02:30, an hour earlier.
+  EXPECT_EQ(in("Europe/Berlin").date(c), utc("2024-10-27T00:30:00Z"));
+}
+
+TEST(Calendar, BuildsDatesLeniently) {
+  const Calendar berlin = in("Europe/Berlin");
+  EXPECT_EQ(berlin.date({.year = 2024, .month = 3, .day = 31, .hour = 2, .minute = 30}), utc("2024-03-31T01:30:00Z"));
+  EXPECT_EQ(berlin.date({.year = 2023, .month = 13, .day = 0}), utc("2023-12-30T23:00:00Z"));
+  DateComponents inNewYork{.timeZone = TimeZone::named("America/New_York"), .year = 2024, .month = 7, .day = 4};
+  EXPECT_EQ(berlin.date(inNewYork), utc("2024-07-04T04:00:00Z"));
+  EXPECT_FALSE(berlin.date({.year = 1, .month = 1, .day = 1}).has_value());
+}
+
+TEST(Calendar, AddsCalendarUnitsByWallClockAndTimeUnitsByElapsedTime) {
+  const Calendar berlin = in("Europe/Berlin");
+  const Date beforeSpringForward = utc("2024-03-30T11:00:00Z");  // 12:00 CET
+  EXPECT_EQ(berlin.date(Component::day, 1, beforeSpringForward), utc("2024-03-31T10:00:00Z"));
+  EXPECT_EQ(berlin.date(Component::hour, 24, beforeSpringForward), utc("2024-03-31T11:00:00Z"));
+  EXPECT_EQ(berlin.date(Component::month, 1, utc("2024-01-31T11:00:00Z")), utc("2024-02-29T11:00:00Z"));
+  EXPECT_EQ(berlin.date(Component::year, -1, utc("2024-02-29T11:00:00Z")), utc("2023-02-28T11:00:00Z"));
+  EXPECT_EQ(berlin.date(DateComponents{.month = 1, .day = 1, .minute = 90}, utc("2024-01-31T11:00:00Z")),
+            utc("2024-03-01T12:30:00Z"));
+  EXPECT_FALSE(berlin.date(Component::year, 1000, beforeSpringForward).has_value());
+}
+
+TEST(Calendar, DaysFollowTheZone) {
+  const Calendar newYork = in("America/New_York");
+  EXPECT_EQ(newYork.startOfDay(utc("2024-03-10T12:00:00Z")), utc("2024-03-10T05:00:00Z"));
+  EXPECT_TRUE(newYork.isDate(utc("2024-06-10T03:59:00Z"), utc("2024-06-09T12:00:00Z")));
+  EXPECT_FALSE(newYork.isDate(utc("2024-06-10T04:00:00Z"), utc("2024-06-09T12:00:00Z")));
+}
+
+TEST(Calendar, CurrentFollowsTheReplacedTimeZone) {
+  ScopedReplacement pin(TimeZone::slot(), std::make_shared<TimeZone>(*TimeZone::named("America/New_York")));
+  EXPECT_EQ(Calendar::current().timeZone().identifier(), "America/New_York");
+}
+
+struct TzCase {
+  std::optional<std::string_view> tz;
+  std::string identifier;
+  int julyOffset;
+};
+
+TEST(TimeZone, ReadsTheTZValueLikeAPosixProgram) {
+  const Date july = utc("2024-07-01T12:00:00Z");
+  const TzCase cases[] = {
+      {"", "GMT", 0},
+      {":Europe/Berlin", "Europe/Berlin", 7200},
+      {"America/New_York", "America/New_York", -14400},
+      {"/usr/share/zoneinfo/Europe/Berlin", "Europe/Berlin", 7200},
+      {"CET-1CEST,M3.5.0,M10.5.0/3", "CET-1CEST,M3.5.0,M10.5.0/3", 7200},
+      {":CET-1CEST,M3.5.0,M10.5.0/3", "GMT", 0},
+      {"Nowhere/Special", "GMT", 0},
+  };
+  for (const TzCase& c : cases) {
+    const TimeZone zone = TimeZone::fromTZ(c.tz);
+    EXPECT_EQ(zone.identifier(), c.identifier) << *c.tz;
+    EXPECT_EQ(zone.secondsFromGMT(july), c.julyOffset) << *c.tz;
+  }
+  EXPECT_EQ(TimeZone::fromTZ(std::nullopt), TimeZone::system());
+}
+
+TEST(TimeZone, ReportsDaylightSavingTime) {
+  const TimeZone berlin = *TimeZone::named("Europe/Berlin");
+  EXPECT_TRUE(berlin.isDaylightSavingTime(utc("2024-07-01T00:00:00Z")));
+  EXPECT_EQ(berlin.abbreviation(utc("2024-01-01T00:00:00Z")), "CET");
+  EXPECT_EQ(berlin.nextDaylightSavingTimeTransition(utc("2024-07-01T00:00:00Z")), utc("2024-10-27T01:00:00Z"));
+  EXPECT_FALSE(TimeZone::gmt().nextDaylightSavingTimeTransition(utc("2024-07-01T00:00:00Z")).has_value());
+}
+
+}  // namespace
+}  // namespace platform
