@@ -15,7 +15,7 @@ file(GLOB_RECURSE sources RELATIVE ${SOURCE_DIR}
 list(FILTER sources EXCLUDE REGEX "(^|/)tests/")
 list(SORT sources)
 
-set(work ${OUTPUT}.tmp)
+set(work ${CMAKE_CURRENT_BINARY_DIR}/aurimo.pot.tmp)  # the build folder when run by the target
 # xgettext cannot take an argument as a comment, so the comment argument is
 # read as a message context first and turned into a comment afterwards.
 execute_process(
@@ -29,7 +29,7 @@ if(failed)
 endif()
 execute_process(
   COMMAND sed -E -e "/^msgctxt \"\"$/d" -e "s/^msgctxt \"(.*)\"$/#. \\1/" -e "/^#\\. /s/\\\\\"/\"/g"
-          -e "/^\"POT-Creation-Date: /d" ${work}.1
+          -e "s/charset=CHARSET/charset=UTF-8/" -e "/^\"POT-Creation-Date: /d" ${work}.1
   OUTPUT_FILE ${work}.2
   RESULT_VARIABLE failed)
 if(failed)
@@ -38,7 +38,7 @@ endif()
 # One entry per key, its comments gathered from every use (without the
 # markers msguniq puts between differing comments).
 execute_process(
-  COMMAND ${MSGUNIQ} --no-wrap --sort-by-file --output-file=${work}.3 ${work}.2
+  COMMAND ${MSGUNIQ} --force-po --no-wrap --sort-by-file --output-file=${work}.3 ${work}.2
   RESULT_VARIABLE failed)
 if(failed)
   message(FATAL_ERROR "msguniq failed")
