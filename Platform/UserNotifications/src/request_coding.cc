@@ -1,0 +1,125 @@
+#include "request_coding.h"
+
+#include <exception>
+#include <memory>
+
+namespace platform::internal {
+namespace {
+
+using nlohmann::json;
+
+// Field names and members of DateComponents, in one table for both directions.
+struct IntField {
+  const char* name;
+  std::optional<int> DateComponents::*member;
+};
+constexpr IntField kFields[] = {
+    {"era", &DateComponents::era},         {"year", &DateComponents::year},
+    {"month", &DateComponents::month},     {"day", &DateComponents::day},
+    {"hour", &DateComponents::hour},       {"minute", &DateComponents::minute},
+    {"second", &DateComponents::second},   {"nanosecond", &DateComponents::nanosecond},
+    {"weekday", &DateComponents::weekday}, {"weekdayOrdinal", &DateComponents::weekdayOrdinal},
+    {"quarter", &DateComponents::quarter},
+};
+
+json encodeComponents(const DateComponents& components) {
+  json out = json::object();
+  for (const IntField& field : kFields) {
+    if (components.*field.member) out[field.name] = *(components.*field.member);
+  }
+  if (components.timeZone) out["timeZone"] = components.timeZone->identifier();
+  return out;
+}
+
+DateComponents decodeComponents(const json& in) {
+  DateComponents components;
+  for (const IntField& field : kFields) {
+    if (in.contains(field.name)) components.*field.member = in.at(field.name).get<int>();
+  }
+  if (in.contains("timeZone")) components.timeZone = TimeZone::fromTZ(in.at("timeZone").get<std::string>());
+  return components;
+}
+
+json encodeTrigger(const UNNotificationTrigger* trigger) {
+  if (auto* calendar = dynamic_cast<const UNCalendarNotificationTrigger*>(trigger)) {
+    return {{"type", "calendar"}, {"repeats", calendar->repeats()},
+            {"dateComponents", encodeComponents(calendar->dateComponents())}};
+  }
+  if (auto* interval = dynamic_cast<const UNTimeIntervalNotificationTrigger*>(trigger)) {
+    return {{"type", "timeInterval"}, {"repeats", interval->repeats()}, {"timeInterval", interval->timeInterval()}};
+  }
+  return nullptr;
+}
+
+std::shared_ptr<const UNNotificationTrigger> decodeTrigger(const json& in) {
+  if (in.is_null()) return nullptr;
+  const std::string type = in.at("type").get<std::string>();
+  const bool repeats = in.at("repeats").get<bool>();
+  if (type == "calendar") {
+    return std::make_shared<UNCalendarNotificationTrigger>(decodeComponents(in.at("dateComponents")), repeats);
+  }
+  if (type == "timeInterval") {
+    return std::make_shared<UNTimeIntervalNotificationTrigger>(in.at("timeInterval").get<double>(), repeats);
+  }
+  throw std::invalid_argument("unknown trigger type " + type);
+}
+
+json encodeContent(const UNNotificationContent& content) {
+  json out = {{"title", content.title()},
+              {"subtitle", content.subtitle()},
+              {"body", content.body()},
+              {"categoryIdentifier", content.categoryIdentifier()},
+              {"threadIdentifier", content.threadIdentifier()},
+              {"userInfo", content.userInfo()}};
+  out["sound"] = content.sound() ? json{{"name", content.sound()->name}} : json(nullptr);
+  out["badge"] = content.badge() ? json(*content.badge()) : json(nullptr);
+  return out;
+}
+
+UNNotificationContent decodeContent(const json& in) {
+  UNMutableNotificationContent content;
+  content.title = in.at("title").get<std::string>();
+  content.subtitle = in.at("subtitle").get<std::string>();
+  content.body = in.at("body").get<std::string>();
+  content.categoryIdentifier = in.at("categoryIdentifier").get<std::string>();
+  content.threadIdentifier = in.at("threadIdentifier").get<std::string>();
+  content.userInfo = in.at("userInfo");
+  if (!in.at("sound").is_null()) content.sound = UNNotificationSound{in.at("sound").at("name").get<std::string>()};
+  if (!in.at("badge").is_null()) content.badge = in.at("badge").get<int>();
+  return content;
+}
+
+}  // namespace
+
+json encodeState(UNAuthorizationStatus status, const std::vector<PendingRequest>& pending) {
+  json requests = json::array();
+  for (const PendingRequest& p : pending) {
+    requests.push_back({{"identifier", p.request.identifier()},
+                        {"content", encodeContent(p.request.content())},
+                        {"trigger", encodeTrigger(p.request.trigger().get())},
+                        {"fireDate", p.fireDate ? json(p.fireDate->time_since_epoch().count()) : json(nullptr)}});
+  }
+  return {{"authorizationStatus", static_cast<int>(status)}, {"pendingRequests", std::move(requests)}};
+}
+
+bool decodeState(std::string_view text, UNAuthorizationStatus& status, std::vector<PendingRequest>& pending) {
+  try {
+    const json in = json::parse(text);
+    const int raw = in.at("authorizationStatus").get<int>();
+    if (raw < 0 || raw > static_cast<int>(UNAuthorizationStatus::ephemeral)) return false;
+    status = static_cast<UNAuthorizationStatus>(raw);
+    pending.clear();
+    for (const json& item : in.at("pendingRequests")) {
+      std::optional<Date> fireDate;
+      if (!item.at("fireDate").is_null()) fireDate = Date(Date::duration(item.at("fireDate").get<Date::rep>()));
+      pending.push_back({UNNotificationRequest(item.at("identifier").get<std::string>(),
+                                               decodeContent(item.at("content")), decodeTrigger(item.at("trigger"))),
+                         fireDate});
+    }
+    return true;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+}  // namespace platform::internal

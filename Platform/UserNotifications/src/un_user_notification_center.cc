@@ -1,0 +1,251 @@
+#include "platform/un_user_notification_center.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/atomic_file.h"
+#include "platform/directories.h"
+#include "platform/dispatch_queue.h"
+#include "request_coding.h"
+
+namespace platform {
+namespace {
+
+bool allowsDelivery(UNAuthorizationStatus status) {
+  return status == UNAuthorizationStatus::authorized || status == UNAuthorizationStatus::provisional ||
+         status == UNAuthorizationStatus::ephemeral;
+}
+
+template <class F>
+void completeLater(F&& block) {
+  DispatchQueue::global().async(std::forward<F>(block));
+}
+
+}  // namespace
+
+struct UNUserNotificationCenter::State {
+  State(std::filesystem::path directory, std::shared_ptr<NotificationPermissionPrompt> prompt)
+      : directory(std::move(directory)), file(this->directory / "user_notifications.json"), prompt(std::move(prompt)) {}
+
+  const std::filesystem::path directory;
+  const std::filesystem::path file;
+  const std::shared_ptr<NotificationPermissionPrompt> prompt;
+  // One permission question at a time, as the system's modal prompt.
+  DispatchQueue promptQueue{"UNUserNotificationCenter.prompt"};
+
+  mutable std::mutex mutex;
+  UNAuthorizationStatus status = UNAuthorizationStatus::notDetermined;  // guarded by mutex
+  std::vector<internal::PendingRequest> pending;                       // guarded by mutex
+  std::weak_ptr<UNUserNotificationCenterDelegate> delegate;            // guarded by mutex
+
+  // Requires mutex. One-shot requests whose time has come were delivered.
+  void dropDelivered() {
+    const Date now = Clock::current().now();
+    std::erase_if(pending, [now](const internal::PendingRequest& p) { return p.fireDate && *p.fireDate <= now; });
+  }
+
+  // Requires mutex.
+  std::optional<UNError> save() const {
+    if (std::error_code error = Directories::createPrivateDirectory(directory)) {
+      return UNError{UNError::Code::storageFailed, "create " + directory.string() + ": " + error.message()};
+    }
+    const std::string text = internal::encodeState(status, pending).dump(2);
+    if (auto error = writeFileAtomically(file, dataFromString(text))) {
+      return UNError{UNError::Code::storageFailed, error->message()};
+    }
+    return std::nullopt;
+  }
+
+  // A damaged file is moved aside (and said so) rather than overwritten.
+  void load() {
+    ReadFileResult read = readFile(file);
+    if (!read) {
+      if (!read.error->isNotFound()) {
+        std::fprintf(stderr, "UNUserNotificationCenter: %s\n", read.error->message().c_str());
+      }
+      return;
+    }
+    if (internal::decodeState(stringView(*read.data), status, pending)) return;
+    status = UNAuthorizationStatus::notDetermined;
+    pending.clear();
+    std::filesystem::path aside = file;
+    aside += ".corrupt";
+    std::error_code error;
+    std::filesystem::rename(file, aside, error);
+    std::fprintf(stderr, "UNUserNotificationCenter: %s is damaged; moved it to %s%s%s\n", file.c_str(),
+                 aside.c_str(), error ? ": " : "", error ? error.message().c_str() : "");
+  }
+};
+
+UNUserNotificationCenter::UNUserNotificationCenter(std::filesystem::path stateDirectory,
+                                                   std::shared_ptr<NotificationPermissionPrompt> prompt)
+    : state_(std::make_shared<State>(std::move(stateDirectory), std::move(prompt))) {
+  if (!state_->prompt) {
+    std::fprintf(stderr, "UNUserNotificationCenter: a permission prompt is required\n");
+    std::abort();
+  }
+  state_->load();
+}
+
+UNUserNotificationCenter::~UNUserNotificationCenter() = default;
+
+Replaceable<UNUserNotificationCenter>& UNUserNotificationCenter::slot() {
+  static Replaceable<UNUserNotificationCenter> instance([] {
+    return std::make_shared<UNUserNotificationCenter>(Directories::current().stateDirectory(),
+                                                      std::make_shared<TerminalNotificationPermissionPrompt>());
+  });
+  return instance;
+}
+
+const std::filesystem::path& UNUserNotificationCenter::stateFile() const { return state_->file; }
+
+void UNUserNotificationCenter::setDelegate(std::weak_ptr<UNUserNotificationCenterDelegate> delegate) {
+  std::lock_guard lock(state_->mutex);
+  state_->delegate = std::move(delegate);
+}
+
+std::shared_ptr<UNUserNotificationCenterDelegate> UNUserNotificationCenter::delegate() const {
+  std::lock_guard lock(state_->mutex);
+  return state_->delegate.lock();
+}
+
+void UNUserNotificationCenter::getNotificationSettings(std::function<void(UNNotificationSettings)> completionHandler) {
+  UNNotificationSettings settings;
+  {
+    std::lock_guard lock(state_->mutex);
+    settings.authorizationStatus = state_->status;
+  }
+  if (completionHandler) completeLater([completionHandler = std::move(completionHandler), settings] { completionHandler(settings); });
+}
+
+void UNUserNotificationCenter::requestAuthorization(
+    UNAuthorizationOptions options, std::function<void(bool, std::optional<UNError>)> completionHandler) {
+  state_->promptQueue.async([state = state_, options, completionHandler = std::move(completionHandler)] {
+    UNAuthorizationStatus before;
+    {
+      std::lock_guard lock(state->mutex);
+      before = state->status;
+    }
+    const bool wantsProvisional = options.contains(UNAuthorizationOptions::provisional);
+    UNAuthorizationStatus after = before;
+    if (before == UNAuthorizationStatus::notDetermined && wantsProvisional) {
+      after = UNAuthorizationStatus::provisional;  // granted quietly, without asking
+    } else if (before == UNAuthorizationStatus::notDetermined ||
+               (before == UNAuthorizationStatus::provisional && !wantsProvisional)) {
+      switch (state->prompt->ask(options)) {
+        case NotificationPermissionAnswer::allow: after = UNAuthorizationStatus::authorized; break;
+        case NotificationPermissionAnswer::deny: after = UNAuthorizationStatus::denied; break;
+        case NotificationPermissionAnswer::noAnswer: break;
+      }
+    }
+    std::optional<UNError> error;
+    if (after != before) {
+      std::lock_guard lock(state->mutex);
+      state->status = after;
+      state->dropDelivered();
+      error = state->save();
+    }
+    const bool granted = !error && allowsDelivery(after);
+    if (completionHandler) {
+      completeLater([completionHandler, granted, error] { completionHandler(granted, error); });
+    }
+  });
+}
+
+void UNUserNotificationCenter::add(const UNNotificationRequest& request,
+                                   std::function<void(std::optional<UNError>)> completionHandler) {
+  std::optional<UNError> error;
+  const UNNotificationTrigger* trigger = request.trigger().get();
+  std::optional<Date> fireDate;
+  const Date now = Clock::current().now();
+  if (request.identifier().empty()) {
+    error = UNError{UNError::Code::invalidRequest, "a request needs an identifier"};
+  } else if (dynamic_cast<const UNPushNotificationTrigger*>(trigger)) {
+    error = UNError{UNError::Code::invalidRequest, "push notifications come from the push service"};
+  } else if (auto* interval = dynamic_cast<const UNTimeIntervalNotificationTrigger*>(trigger)) {
+    if (!(interval->timeInterval() > 0)) {
+      error = UNError{UNError::Code::invalidRequest, "the time interval must be greater than 0"};
+    } else if (!interval->repeats()) {
+      fireDate = now + seconds(interval->timeInterval());
+    }
+  } else if (auto* calendar = dynamic_cast<const UNCalendarNotificationTrigger*>(trigger)) {
+    // One that can never fire again counts as delivered.
+    if (!calendar->repeats()) fireDate = calendar->nextTriggerDate().value_or(now);
+  } else {
+    fireDate = now;  // no trigger: delivered at once
+  }
+  if (!error) {
+    std::lock_guard lock(state_->mutex);
+    state_->dropDelivered();
+    std::erase_if(state_->pending, [&](const internal::PendingRequest& p) {
+      return p.request.identifier() == request.identifier();
+    });
+    state_->pending.push_back({request, fireDate});
+    error = state_->save();
+  }
+  if (completionHandler) completeLater([completionHandler = std::move(completionHandler), error] { completionHandler(error); });
+}
+
+void UNUserNotificationCenter::getPendingNotificationRequests(
+    std::function<void(std::vector<UNNotificationRequest>)> completionHandler) {
+  std::vector<UNNotificationRequest> requests;
+  {
+    std::lock_guard lock(state_->mutex);
+    state_->dropDelivered();
+    for (const internal::PendingRequest& p : state_->pending) requests.push_back(p.request);
+  }
+  if (completionHandler) {
+    completeLater([completionHandler = std::move(completionHandler), requests = std::move(requests)] {
+      completionHandler(requests);
+    });
+  }
+}
+
+void UNUserNotificationCenter::removePendingNotificationRequests(const std::vector<std::string>& withIdentifiers) {
+  std::lock_guard lock(state_->mutex);
+  state_->dropDelivered();
+  std::erase_if(state_->pending, [&](const internal::PendingRequest& p) {
+    return std::find(withIdentifiers.begin(), withIdentifiers.end(), p.request.identifier()) != withIdentifiers.end();
+  });
+  // The platform's call reports nothing; a failed write still shows on stderr.
+  if (auto error = state_->save()) std::fprintf(stderr, "UNUserNotificationCenter: %s\n", error->message.c_str());
+}
+
+void UNUserNotificationCenter::removeAllPendingNotificationRequests() {
+  std::lock_guard lock(state_->mutex);
+  state_->pending.clear();
+  if (auto error = state_->save()) std::fprintf(stderr, "UNUserNotificationCenter: %s\n", error->message.c_str());
+}
+
+std::optional<UNError> UNUserNotificationCenter::setAuthorizationStatus(UNAuthorizationStatus status) {
+  std::lock_guard lock(state_->mutex);
+  state_->status = status;
+  state_->dropDelivered();
+  return state_->save();
+}
+
+void UNUserNotificationCenter::presentNotification(
+    const UNNotification& notification, std::function<void(UNNotificationPresentationOptions)> completionHandler) {
+  if (auto delegate = this->delegate()) {
+    if (!completionHandler) completionHandler = [](UNNotificationPresentationOptions) {};
+    delegate->userNotificationCenter(*this, notification, std::move(completionHandler));
+  } else if (completionHandler) {
+    completeLater([completionHandler = std::move(completionHandler)] { completionHandler({}); });
+  }
+}
+
+void UNUserNotificationCenter::openNotification(const UNNotificationResponse& response,
+                                                std::function<void()> completionHandler) {
+  if (auto delegate = this->delegate()) {
+    if (!completionHandler) completionHandler = [] {};
+    delegate->userNotificationCenter(*this, response, std::move(completionHandler));
+  } else if (completionHandler) {
+    completeLater(std::move(completionHandler));
+  }
+}
+
+}  // namespace platform
