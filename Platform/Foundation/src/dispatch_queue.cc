@@ -118,7 +118,12 @@ void QueueCore::syncSerial(BlockRef block) {
   }
   struct Release {
     QueueCore* queue;
-    ~Release() { queue->releaseOwnership(); }
+    ~Release() {
+      std::uint64_t owned = kOwned;
+      if (!queue->state_.compare_exchange_strong(owned, 0, std::memory_order_release, std::memory_order_relaxed)) {
+        queue->releaseOwnership();
+      }
+    }
   } release{this};
   ScopedQueueFrame frame(this);
   block();
