@@ -14,7 +14,9 @@ platform::Date Expiry::dateAt(platform::Date now) const {
   return platform::dateFromUnixSeconds(kNeverUnixSeconds);
 }
 
-platform::Date Expiry::date() const { return dateAt(platform::Clock::current().now()); }
+platform::Date Expiry::date() const {
+  return kind_ == Kind::seconds ? dateAt(platform::Clock::current().now()) : dateAt(platform::Date{});
+}
 
 // One reading of the clock, so a `seconds` expiry cannot race past "now".
 bool Expiry::isExpired() const {

@@ -3,7 +3,7 @@
 // storages of different value types can share a cache, with the absolute
 // expiry resolved when it was written.
 //
-// Thread contract: immutable once stored.
+// Thread contract: read and rewritten only under its cache's lock.
 //
 //   cache::MemoryCapsule capsule{std::any(42), cache::Expiry::date(when)};
 //   const int* answer = std::any_cast<int>(&capsule.object);

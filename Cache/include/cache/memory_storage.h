@@ -7,8 +7,8 @@
 // purpose and only leave through removeObject() and removeAll().
 //
 // Thread contract: every operation may be called from any thread. `keys` is
-// guarded by the storage's mutex and the cache by its own; the storage's
-// mutex is always taken first.
+// guarded by the cache's mutex, so each operation takes exactly one lock and
+// keys and objects always change together.
 //
 //   cache::MemoryStorage<std::string, int> storage(cache::MemoryConfig(cache::Expiry::never, 100, 0));
 //   storage.setObject(42, "answer");  int answer = storage.object("answer");
@@ -17,9 +17,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <unordered_set>
 #include <utility>
@@ -48,7 +48,7 @@ class MemoryStorage final : public StorageAware<Key, Value> {
   // object another value type wrote fails with typeNotMatch. The cache's
   // limits become this config's.
   MemoryStorage(MemoryConfig config, std::shared_ptr<MemoryCache<Key>> cache)
-      : config_(config), cache_(std::move(cache)), state_(std::make_unique<KeysState>()) {
+      : config_(config), cache_(std::move(cache)), keys_(std::make_unique<std::unordered_set<Key>>()) {
     cache_->setCountLimit(signedLimit(config_.countLimit, "countLimit"));
     cache_->setTotalCostLimit(signedLimit(config_.totalCostLimit, "totalCostLimit"));
   }
@@ -73,35 +73,55 @@ class MemoryStorage final : public StorageAware<Key, Value> {
   }
 
   void removeObject(const Key& key) override {
-    std::lock_guard lock(state_->mutex);
-    removeLocked(key);
+    cache_->withLock([&](typename MemoryCache<Key>::Locked& cache) {
+      cache.removeObject(key);
+      keys_->erase(key);
+    });
   }
 
   // The expiry is resolved to an absolute date now, at the write.
   void setObject(const Value& object, const Key& key, std::optional<Expiry> expiry = std::nullopt) override {
-    MemoryCapsule capsule{std::any(object), Expiry::date(expiry.value_or(config_.expiry).date())};
-    std::lock_guard lock(state_->mutex);
-    cache_->setObject(key, std::move(capsule));
-    state_->keys.insert(key);
+    const Expiry resolved = Expiry::date(expiry.value_or(config_.expiry).date());
+    cache_->withLock([&](typename MemoryCache<Key>::Locked& cache) {
+      // Rewriting a key with a value of the same type copies into the held
+      // object instead of allocating a new one; readers copy under the same
+      // lock, so they never see it half-written.
+      cache.setObjectReusing(
+          key, 0,
+          [&](MemoryCapsule& held) {
+            Value* current = std::any_cast<Value>(&held.object);
+            if (!current) return false;
+            *current = object;
+            held.expiry = resolved;
+            return true;
+          },
+          [&] { return MemoryCapsule{std::any(object), resolved}; });
+      keys_->insert(key);
+    });
   }
 
   void removeAll() override {
-    std::lock_guard lock(state_->mutex);
-    cache_->removeAllObjects();
-    state_->keys.clear();
+    cache_->withLock([&](typename MemoryCache<Key>::Locked& cache) {
+      cache.removeAllObjects();
+      keys_->clear();
+    });
   }
 
+  // Removes every held object that has expired, in one pass under the lock.
   void removeExpiredObjects() override {
-    for (const Key& key : keysSnapshot()) removeObjectIfExpired(key);
+    cache_->withLock([&](typename MemoryCache<Key>::Locked& cache) {
+      for (auto it = keys_->begin(); it != keys_->end();) {
+        it = removeIfExpired(cache, it);
+      }
+    });
   }
 
   // Removes the object when the cache still holds it and it has expired.
   // A key whose object the cache dropped on its own stays in `keys`.
   void removeObjectIfExpired(const Key& key) {
-    std::lock_guard lock(state_->mutex);
-    bool expired = false;
-    cache_->read(key, [&](const MemoryCapsule& capsule) { expired = capsule.expiry.isExpired(); });
-    if (expired) removeLocked(key);
+    cache_->withLock([&](typename MemoryCache<Key>::Locked& cache) {
+      if (auto it = keys_->find(key); it != keys_->end()) removeIfExpired(cache, it);
+    });
   }
 
   // A storage of another value type with the same config and its own, empty cache.
@@ -114,15 +134,13 @@ class MemoryStorage final : public StorageAware<Key, Value> {
 
   // A copy of the keys written and not removed through this storage.
   std::vector<Key> keysSnapshot() const {
-    std::lock_guard lock(state_->mutex);
-    return std::vector<Key>(state_->keys.begin(), state_->keys.end());
+    return cache_->withLock([&](typename MemoryCache<Key>::Locked&) {
+      return std::vector<Key>(keys_->begin(), keys_->end());
+    });
   }
 
  private:
-  struct KeysState {
-    std::mutex mutex;
-    std::unordered_set<Key> keys;  // guarded by mutex
-  };
+  using KeyIterator = typename std::unordered_set<Key>::iterator;
 
   static std::size_t signedLimit(std::uint64_t limit, const char* name) {
     if (limit > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
@@ -133,14 +151,19 @@ class MemoryStorage final : public StorageAware<Key, Value> {
     return static_cast<std::size_t>(limit);
   }
 
-  void removeLocked(const Key& key) {
-    cache_->removeObject(key);
-    state_->keys.erase(key);
+  // Returns the iterator past `it`, erasing `it` when its object expired.
+  KeyIterator removeIfExpired(typename MemoryCache<Key>::Locked& cache, KeyIterator it) {
+    bool expired = false;
+    cache.peek(*it, [&](const MemoryCapsule& capsule) { expired = capsule.expiry.isExpired(); });
+    if (!expired) return std::next(it);
+    cache.removeObject(*it);
+    return keys_->erase(it);
   }
 
   MemoryConfig config_;
-  std::shared_ptr<MemoryCache<Key>> cache_;  // thread-safe on its own
-  std::unique_ptr<KeysState> state_;         // behind a pointer so the storage can move
+  std::shared_ptr<MemoryCache<Key>> cache_;  // thread-safe; its mutex also guards keys_
+  // Behind a pointer so the storage can move; guarded by cache_'s mutex.
+  std::unique_ptr<std::unordered_set<Key>> keys_;
 };
 
 }  // namespace cache

@@ -5,8 +5,10 @@
 // on the phone: callers must expect any entry to vanish between calls.
 // get and set are O(1).
 //
-// Thread contract: every operation takes the cache's own mutex; the
-// function given to read() runs under it and must not call back in.
+// Thread contract: every operation takes the cache's own mutex. withLock()
+// runs a function under it with unlocked access, so callers can keep state of
+// their own consistent with the cache under the same lock; functions given to
+// read() and withLock() must not call back into the cache.
 //
 //   cache::internal::BoundedCache<std::string, int> cache(/*countLimit=*/2, /*totalCostLimit=*/0);
 //   cache.setObject("a", 1);  int a = 0; cache.read("a", [&](const int& v) { a = v; });
@@ -22,10 +24,68 @@ namespace cache::internal {
 template <class K, class V, class Hash = std::hash<K>>
 class BoundedCache {
  public:
+  // The cache's operations without locking, handed out by withLock().
+  class Locked {
+   public:
+    // Stores `value`, replacing an earlier one, and makes it the most recent,
+    // evicting older entries as the limits require. An object whose cost alone
+    // exceeds the cost limit is not kept, rather than flushing everything else.
+    void setObject(const K& key, V value, std::size_t cost = 0) { cache_.setLocked(key, std::move(value), cost); }
+    // Like setObject, but when `key` already holds a value, `reuse` may
+    // overwrite it in place and return true, which spares building a new
+    // value with `make`.
+    template <class Reuse, class Make>
+    void setObjectReusing(const K& key, std::size_t cost, Reuse&& reuse, Make&& make) {
+      cache_.setReusingLocked(key, cost, std::forward<Reuse>(reuse), std::forward<Make>(make));
+    }
+    // Calls `reader` with the value under `key` and marks it most recent;
+    // false when there is none.
+    template <class F>
+    bool read(const K& key, F&& reader) {
+      return cache_.readLocked(key, std::forward<F>(reader));
+    }
+    // Like read, but leaves the recency order alone (for sweeps).
+    template <class F>
+    bool peek(const K& key, F&& reader) const {
+      auto it = cache_.slots_.find(key);
+      if (it == cache_.slots_.end()) return false;
+      std::forward<F>(reader)(std::as_const(it->second.value));
+      return true;
+    }
+    void removeObject(const K& key) { cache_.removeLocked(key); }
+    void removeAllObjects() { cache_.removeAllLocked(); }
+
+   private:
+    friend class BoundedCache;
+    explicit Locked(BoundedCache& cache) : cache_(cache) {}
+    BoundedCache& cache_;
+  };
+
   explicit BoundedCache(std::size_t countLimit = 0, std::size_t totalCostLimit = 0)
       : countLimit_(countLimit), totalCostLimit_(totalCostLimit) {}
   BoundedCache(const BoundedCache&) = delete;
   BoundedCache& operator=(const BoundedCache&) = delete;
+
+  template <class F>
+  decltype(auto) withLock(F&& f) {
+    std::lock_guard lock(mutex_);
+    Locked locked(*this);
+    return std::forward<F>(f)(locked);
+  }
+
+  void setObject(const K& key, V value, std::size_t cost = 0) {
+    withLock([&](Locked& cache) { cache.setObject(key, std::move(value), cost); });
+  }
+  template <class F>
+  bool read(const K& key, F&& reader) {
+    return withLock([&](Locked& cache) { return cache.read(key, std::forward<F>(reader)); });
+  }
+  void removeObject(const K& key) {
+    withLock([&](Locked& cache) { cache.removeObject(key); });
+  }
+  void removeAllObjects() {
+    withLock([](Locked& cache) { cache.removeAllObjects(); });
+  }
 
   void setCountLimit(std::size_t limit) {
     std::lock_guard lock(mutex_);
@@ -37,58 +97,6 @@ class BoundedCache {
     totalCostLimit_ = limit;
     evictOverLimits();
   }
-
-  // Stores `value`, replacing an earlier one, and makes it the most recent.
-  // May evict older entries, or this one when its cost alone exceeds the limit.
-  void setObject(const K& key, V value, std::size_t cost = 0) {
-    std::lock_guard lock(mutex_);
-    auto [it, inserted] = slots_.try_emplace(key, std::move(value), cost);
-    Slot& slot = it->second;
-    if (inserted) {
-      slot.key = &it->first;
-    } else {
-      slot.value = std::move(value);
-      totalCost_ -= slot.cost;
-      slot.cost = cost;
-      unlink(slot);
-    }
-    totalCost_ += cost;
-    pushFront(slot);
-    evictOverLimits();
-  }
-
-  // Calls `reader` with the value under `key` and marks it most recent;
-  // false when there is none.
-  template <class F>
-  bool read(const K& key, F&& reader) {
-    std::lock_guard lock(mutex_);
-    auto it = slots_.find(key);
-    if (it == slots_.end()) return false;
-    Slot& slot = it->second;
-    if (head_ != &slot) {
-      unlink(slot);
-      pushFront(slot);
-    }
-    std::forward<F>(reader)(std::as_const(slot.value));
-    return true;
-  }
-
-  void removeObject(const K& key) {
-    std::lock_guard lock(mutex_);
-    auto it = slots_.find(key);
-    if (it == slots_.end()) return;
-    unlink(it->second);
-    totalCost_ -= it->second.cost;
-    slots_.erase(it);
-  }
-
-  void removeAllObjects() {
-    std::lock_guard lock(mutex_);
-    slots_.clear();
-    head_ = tail_ = nullptr;
-    totalCost_ = 0;
-  }
-
   std::size_t count() const {
     std::lock_guard lock(mutex_);
     return slots_.size();
@@ -110,6 +118,70 @@ class BoundedCache {
     Slot* older = nullptr;
   };
 
+  void setLocked(const K& key, V value, std::size_t cost) {
+    if (totalCostLimit_ && cost > totalCostLimit_) {
+      removeLocked(key);
+      return;
+    }
+    auto [it, inserted] = slots_.try_emplace(key, std::move(value), cost);
+    Slot& slot = it->second;
+    if (inserted) {
+      slot.key = &it->first;
+    } else {
+      slot.value = std::move(value);  // try_emplace leaves `value` alone when the key exists
+      totalCost_ -= slot.cost;
+      slot.cost = cost;
+      unlink(slot);
+    }
+    totalCost_ += cost;
+    pushFront(slot);
+    evictOverLimits();
+  }
+
+  template <class Reuse, class Make>
+  void setReusingLocked(const K& key, std::size_t cost, Reuse&& reuse, Make&& make) {
+    if (!(totalCostLimit_ && cost > totalCostLimit_)) {
+      auto it = slots_.find(key);
+      if (it != slots_.end() && std::forward<Reuse>(reuse)(it->second.value)) {
+        Slot& slot = it->second;
+        totalCost_ = totalCost_ - slot.cost + cost;
+        slot.cost = cost;
+        touch(slot);
+        evictOverLimits();
+        return;
+      }
+    }
+    setLocked(key, std::forward<Make>(make)(), cost);
+  }
+
+  template <class F>
+  bool readLocked(const K& key, F&& reader) {
+    auto it = slots_.find(key);
+    if (it == slots_.end()) return false;
+    touch(it->second);
+    std::forward<F>(reader)(std::as_const(it->second.value));
+    return true;
+  }
+
+  void removeLocked(const K& key) {
+    auto it = slots_.find(key);
+    if (it == slots_.end()) return;
+    unlink(it->second);
+    totalCost_ -= it->second.cost;
+    slots_.erase(it);
+  }
+
+  void removeAllLocked() {
+    slots_.clear();
+    head_ = tail_ = nullptr;
+    totalCost_ = 0;
+  }
+
+  void touch(Slot& slot) {
+    if (head_ == &slot) return;
+    unlink(slot);
+    pushFront(slot);
+  }
   void unlink(Slot& slot) {
     (slot.newer ? slot.newer->older : head_) = slot.older;
     (slot.older ? slot.older->newer : tail_) = slot.newer;
@@ -123,10 +195,7 @@ class BoundedCache {
   }
   void evictOverLimits() {
     while (tail_ && ((countLimit_ && slots_.size() > countLimit_) || (totalCostLimit_ && totalCost_ > totalCostLimit_))) {
-      Slot& victim = *tail_;
-      unlink(victim);
-      totalCost_ -= victim.cost;
-      slots_.erase(slots_.find(*victim.key));
+      removeLocked(*tail_->key);
     }
   }
 

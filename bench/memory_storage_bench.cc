@@ -1,0 +1,187 @@
+// MemoryStorage against the floor: a std::unordered_map behind one mutex
+// doing the same work. The summary prints our time per operation as a ratio
+// to the map's (goal: at most 2x for writes and hit reads), and the eviction
+// run's memory: 1,000,000 writes under a count limit of 10,000.
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "cache/memory_storage.h"
+#include "platform/data.h"
+
+namespace {
+
+using platform::Data;
+
+constexpr std::size_t kKeys = 1024;
+constexpr std::size_t kValueBytes = 64;
+constexpr std::size_t kEvictionWrites = 1'000'000;
+constexpr std::size_t kEvictionLimit = 10'000;
+constexpr std::size_t kEvictionValueBytes = 256;
+
+std::vector<std::string> makeKeys(std::size_t count) {
+  std::vector<std::string> keys;
+  keys.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) keys.push_back("images/key-" + std::to_string(i));
+  return keys;
+}
+
+double residentMiB() {
+  std::ifstream statm("/proc/self/statm");
+  long pages = 0, resident = 0;
+  statm >> pages >> resident;
+  return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0);
+}
+
+double peakResidentMiB() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<double>(usage.ru_maxrss) / 1024.0;  // KiB on Linux
+}
+
+class MutexMap {
+ public:
+  void set(const std::string& key, const Data& value) {
+    std::lock_guard lock(mutex_);
+    map_.insert_or_assign(key, value);
+  }
+  Data get(const std::string& key) {
+    std::lock_guard lock(mutex_);
+    return map_.at(key);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::unordered_map<std::string, Data> map_;  // guarded by mutex_
+};
+
+cache::MemoryConfig config(std::uint64_t countLimit) { return cache::MemoryConfig(cache::Expiry::never, countLimit, 0); }
+
+void BM_StorageSet(benchmark::State& state) {
+  const auto keys = makeKeys(kKeys);
+  const Data value(kValueBytes, 7);
+  cache::MemoryStorage<std::string, Data> storage(config(0));
+  std::size_t i = 0;
+  for (auto _ : state) storage.setObject(value, keys[i++ % kKeys]);
+}
+
+void BM_MapSet(benchmark::State& state) {
+  const auto keys = makeKeys(kKeys);
+  const Data value(kValueBytes, 7);
+  MutexMap map;
+  std::size_t i = 0;
+  for (auto _ : state) map.set(keys[i++ % kKeys], value);
+}
+
+void BM_StorageHit(benchmark::State& state) {
+  const auto keys = makeKeys(kKeys);
+  cache::MemoryStorage<std::string, Data> storage(config(0));
+  for (const auto& key : keys) storage.setObject(Data(kValueBytes, 7), key);
+  std::size_t i = 0;
+  for (auto _ : state) {
+    cache::Entry<Data> entry = storage.entry(keys[i++ % kKeys]);
+    benchmark::DoNotOptimize(entry);
+  }
+}
+
+void BM_MapHit(benchmark::State& state) {
+  const auto keys = makeKeys(kKeys);
+  MutexMap map;
+  for (const auto& key : keys) map.set(key, Data(kValueBytes, 7));
+  std::size_t i = 0;
+  for (auto _ : state) {
+    Data value = map.get(keys[i++ % kKeys]);
+    benchmark::DoNotOptimize(value);
+  }
+}
+
+// One iteration of a million distinct writes; the cache keeps 10,000
+// objects while the keys set, by design, remembers every key.
+void BM_StorageEviction(benchmark::State& state) {
+  const auto keys = makeKeys(kEvictionWrites);
+  const Data value(kEvictionValueBytes, 7);
+  for (auto _ : state) {
+    const double before = residentMiB();
+    cache::MemoryStorage<std::string, Data> storage(config(kEvictionLimit));
+    for (const auto& key : keys) storage.setObject(value, key);
+    state.counters["rss_growth_MiB"] = residentMiB() - before;
+    state.counters["peak_rss_MiB"] = peakResidentMiB();
+    state.counters["keys"] = static_cast<double>(storage.keysSnapshot().size());
+  }
+}
+
+void BM_MapUnbounded(benchmark::State& state) {
+  const auto keys = makeKeys(kEvictionWrites);
+  const Data value(kEvictionValueBytes, 7);
+  for (auto _ : state) {
+    const double before = residentMiB();
+    MutexMap map;
+    for (const auto& key : keys) map.set(key, value);
+    state.counters["rss_growth_MiB"] = residentMiB() - before;
+  }
+}
+
+// Eviction first, so the process peak it reports is its own.
+BENCHMARK(BM_StorageEviction)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MapUnbounded)->Iterations(1)->Unit(benchmark::kMillisecond);
+// The shared machine is noisy: each runs five times and the fastest counts.
+BENCHMARK(BM_MapSet)->Repetitions(5);
+BENCHMARK(BM_StorageSet)->Repetitions(5);
+BENCHMARK(BM_MapHit)->Repetitions(5);
+BENCHMARK(BM_StorageHit)->Repetitions(5);
+
+class RatioReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) {
+      if (run.run_type != Run::RT_Iteration) continue;
+      const std::string name = run.run_name.function_name;
+      const double time = run.GetAdjustedCPUTime();
+      if (!times_.count(name) || time < times_[name]) times_[name] = time;
+      for (const auto& [counter, value] : run.counters) counters_[name + "." + counter] = value.value;
+    }
+  }
+  void Finalize() override {
+    ConsoleReporter::Finalize();
+    std::printf("\nMemoryStorage CPU time per operation as a ratio to a mutex-guarded unordered_map (goal <= 2x):\n");
+    printRatio("set (overwrite, 64 B values)", "BM_StorageSet", "BM_MapSet");
+    printRatio("hit read", "BM_StorageHit", "BM_MapHit");
+    const std::string eviction = "BM_StorageEviction";
+    const std::string unbounded = "BM_MapUnbounded";
+    printRatio("1M distinct writes, evicting vs unbounded map", eviction, unbounded);
+    if (!counters_.count(eviction + ".keys")) return;
+    std::printf("Eviction run (count limit %zu, %zu writes of %zu B): RSS growth %.1f MiB (unbounded map: %.1f MiB), "
+                "process peak RSS %.1f MiB, keys remembered %.0f\n",
+                kEvictionLimit, kEvictionWrites, kEvictionValueBytes, counters_[eviction + ".rss_growth_MiB"],
+                counters_[unbounded + ".rss_growth_MiB"], counters_[eviction + ".peak_rss_MiB"],
+                counters_[eviction + ".keys"]);
+  }
+
+ private:
+  void printRatio(const char* label, const std::string& ours, const std::string& floor) {
+    if (times_[floor] > 0) std::printf("  %-48s %.2fx\n", label, times_[ours] / times_[floor]);
+  }
+
+  std::map<std::string, double> times_;
+  std::map<std::string, double> counters_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  benchmark::Shutdown();
+}
