@@ -2,19 +2,23 @@
 
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <set>
 #include <string>
 #include <fcntl.h>
 #include <unistd.h>
 #include <vector>
 
+#include "authorization_store.h"
 #include "change_transaction.h"
 #include "image_format.h"
 #include "platform/atomic_file.h"
 #include "platform/clock.h"
 #include "platform/directories.h"
-#include "platform/photo_library_system.h"
 
 namespace platform {
 namespace {
@@ -51,12 +55,30 @@ std::string extensionFor(const PHAssetCreationRequest::Resource& photo) {
   return "bin";
 }
 
-// Moves `staging` to the first free "<stem>_<n>.<extension>"; never replaces a file,
-// even one another process created a moment ago.
+// The suffixes that files named "<stem>_<n>.<any extension>" in `folder` already use.
+std::set<int> suffixesInUse(const std::filesystem::path& folder, const std::string& stem) {
+  std::set<int> used;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+    std::string name = entry.path().filename().string();
+    if (name.size() <= stem.size() + 1 || name.compare(0, stem.size() + 1, stem + "_") != 0) continue;
+    std::size_t end = name.find('.', stem.size() + 1);
+    if (end == std::string::npos) continue;
+    int suffix = 0;
+    auto [stop, parsed] = std::from_chars(name.data() + stem.size() + 1, name.data() + end, suffix);
+    if (parsed == std::errc() && stop == name.data() + end) used.insert(suffix);
+  }
+  return used;
+}
+
+// Moves `staging` to "<stem>_<n>.<extension>" with the first n that no photo of any
+// format uses; never replaces a file, even one another process made a moment ago.
 std::optional<std::filesystem::path> claimName(const std::filesystem::path& staging,
                                                const std::filesystem::path& folder, const std::string& stem,
                                                const std::string& extension, std::optional<FileError>& failure) {
+  const std::set<int> used = suffixesInUse(folder, stem);
   for (int suffix = 1;; ++suffix) {
+    if (used.contains(suffix)) continue;
     std::filesystem::path target = folder / (stem + "_" + std::to_string(suffix) + "." + extension);
     if (::renameat2(AT_FDCWD, staging.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) return target;
     if (errno == EEXIST) continue;
@@ -71,15 +93,6 @@ std::optional<std::filesystem::path> claimName(const std::filesystem::path& stag
   }
 }
 
-std::optional<PHPhotosError> checkAccess() {
-  PhotoLibrarySystem& system = PhotoLibrarySystem::current();
-  if (system.allowsAdding()) return std::nullopt;
-  if (system.authorizationStatus(PHAccessLevel::addOnly) == PHAuthorizationStatus::restricted) {
-    return PHPhotosError{Code::accessRestricted, "photo library access is restricted"};
-  }
-  return PHPhotosError{Code::accessUserDenied, "the user has not allowed adding to the photo library"};
-}
-
 std::optional<PHPhotosError> validate(const internal::ChangeTransaction& transaction) {
   for (const auto& request : transaction.creationRequests()) {
     const auto& resources = request->resources();
@@ -92,83 +105,131 @@ std::optional<PHPhotosError> validate(const internal::ChangeTransaction& transac
   return std::nullopt;
 }
 
+std::optional<PHPhotosError> checkAccess(const internal::AuthorizationStore& store) {
+  if (store.allowsAdding()) return std::nullopt;
+  if (store.status(PHAccessLevel::addOnly) == PHAuthorizationStatus::restricted) {
+    return PHPhotosError{Code::accessRestricted, "photo library access is restricted"};
+  }
+  return PHPhotosError{Code::accessUserDenied, "the user has not allowed adding to the photo library"};
+}
+
 }  // namespace
 
+struct PHPhotoLibrary::State {
+  State(const std::filesystem::path& stateDirectory, const std::filesystem::path& picturesDirectory,
+        std::shared_ptr<PhotoPermissionPrompt> prompt)
+      : store(stateDirectory / kStateFileName), assets(picturesDirectory / kAppFolder), prompt(std::move(prompt)) {}
+
+  PHAuthorizationStatus resolve(PHAccessLevel level);
+  std::optional<PHPhotosError> commit(const internal::ChangeTransaction& transaction);
+
+  internal::AuthorizationStore store;
+  const std::filesystem::path assets;
+  const std::shared_ptr<PhotoPermissionPrompt> prompt;
+  std::mutex promptMutex;  // held while the question is up, so it is asked once
+};
+
+PHAuthorizationStatus PHPhotoLibrary::State::resolve(PHAccessLevel level) {
+  std::lock_guard asking(promptMutex);
+  PHAuthorizationStatus status = store.status(level);
+  if (status != PHAuthorizationStatus::notDetermined) return status;
+  std::optional<PHAuthorizationStatus> answer = authorizationStatusFor(prompt->ask(level));
+  if (!answer) return status;
+  if (auto error = store.set(level, *answer)) {
+    std::fprintf(stderr, "aurimo: could not keep the photo library decision: %s\n", error->message().c_str());
+  }
+  return *answer;
+}
+
+std::optional<PHPhotosError> PHPhotoLibrary::State::commit(const internal::ChangeTransaction& transaction) {
+  if (auto denied = checkAccess(store)) return denied;
+  if (auto invalid = validate(transaction)) return invalid;
+  if (transaction.creationRequests().empty()) return std::nullopt;
+
+  if (std::error_code error = Directories::createPrivateDirectory(assets)) {
+    return fileFailure(FileError{"mkdir", assets, error.value()});
+  }
+  static std::atomic<unsigned long> stagingCounter{0};
+  const std::string stem = nameStem(Clock::current().now());
+  std::vector<std::filesystem::path> written;
+  std::optional<FileError> failure;
+  for (const auto& request : transaction.creationRequests()) {
+    const auto& photo = request->resources().front();
+    std::filesystem::path staging =
+        assets / (".staging-" + std::to_string(::getpid()) + "-" + std::to_string(++stagingCounter));
+    failure = writeFileAtomically(staging, photo.data);
+    if (!failure) {
+      if (auto path = claimName(staging, assets, stem, extensionFor(photo), failure)) written.push_back(*path);
+    }
+    if (failure) {
+      std::error_code ignored;
+      std::filesystem::remove(staging, ignored);
+      break;
+    }
+  }
+  if (!failure) return std::nullopt;
+  // All or nothing: take back the assets this change already added.
+  for (const auto& path : written) {
+    std::error_code ignored;
+    std::filesystem::remove(path, ignored);
+  }
+  return fileFailure(*failure);
+}
+
 Replaceable<PHPhotoLibrary>& PHPhotoLibrary::slot() {
-  static Replaceable<PHPhotoLibrary> instance([] { return std::make_shared<PHPhotoLibrary>(); });
+  static Replaceable<PHPhotoLibrary> instance(
+      [] { return std::make_shared<PHPhotoLibrary>(std::make_shared<TerminalPhotoPermissionPrompt>()); });
   return instance;
 }
 
-PHPhotoLibrary::PHPhotoLibrary(std::optional<std::filesystem::path> assetsDirectory)
-    : assetsDirectory_(std::move(assetsDirectory)), changeQueue_("Photos.PHPhotoLibrary.ChangeQueue") {}
-
-std::filesystem::path PHPhotoLibrary::assetsDirectory() const {
-  if (assetsDirectory_) return *assetsDirectory_;
-  return Directories::current().picturesDirectory() / kAppFolder;
+PHPhotoLibrary::PHPhotoLibrary(const std::filesystem::path& stateDirectory,
+                               const std::filesystem::path& picturesDirectory,
+                               std::shared_ptr<PhotoPermissionPrompt> prompt)
+    : state_(std::make_shared<State>(stateDirectory, picturesDirectory, std::move(prompt))),
+      changeQueue_("Photos.PHPhotoLibrary.ChangeQueue") {
+  if (!state_->prompt) {
+    std::fprintf(stderr, "PHPhotoLibrary needs a permission prompt\n");
+    std::abort();
+  }
 }
 
+PHPhotoLibrary::PHPhotoLibrary(std::shared_ptr<PhotoPermissionPrompt> prompt)
+    : PHPhotoLibrary(Directories::current().stateDirectory(), Directories::current().picturesDirectory(),
+                     std::move(prompt)) {}
+
+PHPhotoLibrary::~PHPhotoLibrary() = default;
+
+const std::filesystem::path& PHPhotoLibrary::stateFile() const { return state_->store.file(); }
+const std::filesystem::path& PHPhotoLibrary::assetsDirectory() const { return state_->assets; }
+
 PHAuthorizationStatus PHPhotoLibrary::authorizationStatus(PHAccessLevel level) {
-  return PhotoLibrarySystem::current().authorizationStatus(level);
+  return shared().state_->store.status(level);
 }
 
 void PHPhotoLibrary::requestAuthorization(PHAccessLevel level, AuthorizationHandler handler) {
-  DispatchQueue::global().async([level, handler = std::move(handler)] {
-    PHAuthorizationStatus status = PhotoLibrarySystem::current().resolve(level);
+  DispatchQueue::global().async([state = shared().state_, level, handler = std::move(handler)] {
+    PHAuthorizationStatus status = state->resolve(level);
     if (handler) handler(status);
   });
 }
 
-void PHPhotoLibrary::performChanges(ChangeBlock changeBlock, CompletionHandler completionHandler) {
-  changeQueue_.async([this, changeBlock = std::move(changeBlock), completionHandler = std::move(completionHandler)] {
-    apply(changeBlock, completionHandler);
-  });
+std::optional<PHPhotosError> PHPhotoLibrary::setAuthorizationStatus(PHAccessLevel level,
+                                                                    PHAuthorizationStatus status) {
+  if (auto error = state_->store.set(level, status)) return fileFailure(*error);
+  return std::nullopt;
 }
 
-void PHPhotoLibrary::apply(const ChangeBlock& changeBlock, const CompletionHandler& completionHandler) {
-  internal::ChangeTransaction transaction;
-  {
-    internal::ChangeTransaction::Scope scope(transaction);
-    if (changeBlock) changeBlock();
-  }
-
-  auto commit = [&]() -> std::optional<PHPhotosError> {
-    if (auto denied = checkAccess()) return denied;
-    if (auto invalid = validate(transaction)) return invalid;
-    if (transaction.creationRequests().empty()) return std::nullopt;
-
-    const std::filesystem::path folder = assetsDirectory();
-    if (std::error_code error = Directories::createPrivateDirectory(folder)) {
-      return fileFailure(FileError{"mkdir", folder, error.value()});
+void PHPhotoLibrary::performChanges(ChangeBlock changeBlock, CompletionHandler completionHandler) {
+  changeQueue_.async([state = state_, changeBlock = std::move(changeBlock),
+                      completionHandler = std::move(completionHandler)] {
+    internal::ChangeTransaction transaction;
+    {
+      internal::ChangeTransaction::Scope scope(transaction);
+      if (changeBlock) changeBlock();
     }
-    static std::atomic<unsigned long> stagingCounter{0};
-    const std::string stem = nameStem(Clock::current().now());
-    std::vector<std::filesystem::path> written;
-    std::optional<FileError> failure;
-    for (const auto& request : transaction.creationRequests()) {
-      const auto& photo = request->resources().front();
-      std::filesystem::path staging =
-          folder / (".staging-" + std::to_string(::getpid()) + "-" + std::to_string(++stagingCounter));
-      failure = writeFileAtomically(staging, photo.data);
-      if (!failure) {
-        if (auto path = claimName(staging, folder, stem, extensionFor(photo), failure)) written.push_back(*path);
-      }
-      if (failure) {
-        std::error_code ignored;
-        std::filesystem::remove(staging, ignored);
-        break;
-      }
-    }
-    if (!failure) return std::nullopt;
-    // All or nothing: take back the assets this change already added.
-    for (const auto& path : written) {
-      std::error_code ignored;
-      std::filesystem::remove(path, ignored);
-    }
-    return fileFailure(*failure);
-  };
-
-  std::optional<PHPhotosError> error = commit();
-  if (completionHandler) completionHandler(!error.has_value(), std::move(error));
+    std::optional<PHPhotosError> error = state->commit(transaction);
+    if (completionHandler) completionHandler(!error.has_value(), std::move(error));
+  });
 }
 
 }  // namespace platform

@@ -1,40 +1,62 @@
 #include "platform/photo_permission_prompt.h"
 
 #include <cctype>
-#include <cstdio>
-#include <memory>
+#include <cstdlib>
 #include <string>
+#include <unistd.h>
+
+#include "platform/localization.h"
 
 namespace platform {
 
-Replaceable<PhotoPermissionPrompt>& PhotoPermissionPrompt::slot() {
-  static Replaceable<PhotoPermissionPrompt> instance(
-      [] { return std::make_shared<TerminalPhotoPermissionPrompt>(); });
-  return instance;
+std::optional<PHAuthorizationStatus> authorizationStatusFor(PhotoPermissionAnswer answer) {
+  switch (answer) {
+    case PhotoPermissionAnswer::allow: return PHAuthorizationStatus::authorized;
+    case PhotoPermissionAnswer::allowLimited: return PHAuthorizationStatus::limited;
+    case PhotoPermissionAnswer::deny: return PHAuthorizationStatus::denied;
+    case PhotoPermissionAnswer::noAnswer: break;
+  }
+  return std::nullopt;
 }
 
-PHAuthorizationStatus TerminalPhotoPermissionPrompt::answerForReply(std::string_view reply) {
-  while (!reply.empty() && std::isspace(static_cast<unsigned char>(reply.back()))) reply.remove_suffix(1);
-  while (!reply.empty() && std::isspace(static_cast<unsigned char>(reply.front()))) reply.remove_prefix(1);
-  std::string lower(reply);
-  for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  if (lower == "y" || lower == "yes" || lower == "allow") return PHAuthorizationStatus::authorized;
-  if (lower == "n" || lower == "no" || lower == "deny") return PHAuthorizationStatus::denied;
-  if (auto status = authorizationStatusNamed(reply)) return *status;
-  if (auto status = authorizationStatusNamed(lower)) return *status;
-  return PHAuthorizationStatus::notDetermined;
-}
-
-PHAuthorizationStatus TerminalPhotoPermissionPrompt::ask(PHAccessLevel level) {
-  // The terminal rather than stdin: the host may be reading its events from stdin.
-  std::unique_ptr<FILE, int (*)(FILE*)> terminal(std::fopen(terminal_.c_str(), "r+"), &std::fclose);
-  if (!terminal) return PHAuthorizationStatus::notDetermined;
-  std::fprintf(terminal.get(), "\"Aurimo\" would like to %s your photos. Allow? [yes/no/limited] ",
-               level == PHAccessLevel::addOnly ? "add to" : "access");
-  std::fflush(terminal.get());
-  std::string reply;
-  for (int c; (c = std::fgetc(terminal.get())) != EOF && c != '\n';) reply.push_back(static_cast<char>(c));
-  return answerForReply(reply);
+PhotoPermissionAnswer TerminalPhotoPermissionPrompt::ask(PHAccessLevel level) {
+  if (onlyOnTerminal_ && !isatty(fileno(input_))) return PhotoPermissionAnswer::noAnswer;
+  const std::string title =
+      level == PHAccessLevel::addOnly
+          ? NSLocalizedString("“Aurimo” Would Like to Add to your Photos",
+                              "Question asked in the terminal before the app may save pictures to the photo library.")
+          : NSLocalizedString("“Aurimo” Would Like Full Access to Your Photo Library",
+                              "Question asked in the terminal before the app may read and change the photo library.");
+  const std::string choices = NSLocalizedString(
+      "Allow? [y/n/limited] ",
+      "Answer prompt of the terminal question about the photo library; y, n and limited are typed in English.");
+  char* line = nullptr;
+  std::size_t capacity = 0;
+  PhotoPermissionAnswer answer = PhotoPermissionAnswer::noAnswer;
+  std::fprintf(output_, "%s\n", title.c_str());
+  for (;;) {
+    std::fputs(choices.c_str(), output_);
+    std::fflush(output_);
+    if (getline(&line, &capacity, input_) < 0) break;  // end of input: nobody answered
+    std::string word;
+    for (const char* c = line; *c; ++c) {
+      if (!std::isspace(static_cast<unsigned char>(*c))) word += char(std::tolower(static_cast<unsigned char>(*c)));
+    }
+    if (word == "y" || word == "yes") {
+      answer = PhotoPermissionAnswer::allow;
+      break;
+    }
+    if (word == "n" || word == "no") {
+      answer = PhotoPermissionAnswer::deny;
+      break;
+    }
+    if (word == "limited") {
+      answer = PhotoPermissionAnswer::allowLimited;
+      break;
+    }
+  }
+  std::free(line);
+  return answer;
 }
 
 }  // namespace platform

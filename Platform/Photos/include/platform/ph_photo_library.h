@@ -1,27 +1,36 @@
 #pragma once
-// PHPhotoLibrary: the photo library. It answers and requests authorisation
-// and applies change blocks; on Linux a created asset is a file of the
-// unchanged bytes in an "Aurimo" folder under the pictures folder, named
-// "IMG_<UTC yyyyMMdd_HHmmss_SSS>_<n>.<ext>" from the creation time (n keeps
-// names unique), with the extension of the detected format (jpg, png, heic,
-// else the original file name's, else bin). Files are 0600, the folder 0700.
+// PHPhotoLibrary: the photo library, as the platform's: authorization for
+// add-only or full access, and change blocks that create assets.
 //
-// Thread contract: every member is safe from any thread. Handlers run on
-// platform threads, never inside the call: requestAuthorization's on a
-// global queue, change blocks and their completion handlers on the library's
-// serial change queue, in submission order.
+// On Linux the host plays the system: the authorization decisions are kept
+// in photo_library.json in a state folder, so they survive a restart; a
+// PhotoPermissionPrompt answers requests; the host (or a test) sets what the
+// user chose in the system's settings with setAuthorizationStatus(). A
+// created asset is a file of the unchanged bytes in an "Aurimo" folder under
+// the pictures folder, named "IMG_<UTC yyyyMMdd_HHmmss_SSS>_<n>.<ext>" from
+// the creation time (n keeps names unique), with the extension of the
+// detected format (jpg, png, heic; else the original file name's; else bin).
+// Adding needs authorized or limited access, as on the phone.
+//
+// Thread contract: every member may be called from any thread. Handlers run
+// on platform threads, never inside the call: requestAuthorization's on
+// DispatchQueue::global(), change blocks and then their completion handlers
+// on the library's serial change queue, in submission order.
 //
 //   platform::PHPhotoLibrary::shared().performChanges([bytes] {
 //     platform::PHAssetCreationRequest::forAsset().addResource(platform::PHAssetResourceType::photo, bytes); });
 
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <string_view>
 
 #include "platform/dispatch_queue.h"
 #include "platform/ph_asset_creation_request.h"
 #include "platform/ph_authorization_status.h"
 #include "platform/ph_photos_error.h"
+#include "platform/photo_permission_prompt.h"
 #include "platform/replaceable.h"
 
 namespace platform {
@@ -32,36 +41,46 @@ class PHPhotoLibrary {
   using ChangeBlock = std::function<void()>;
   using CompletionHandler = std::function<void(bool success, std::optional<PHPhotosError> error)>;
 
+  static constexpr std::string_view kStateFileName = "photo_library.json";
   static constexpr std::string_view kAppFolder = "Aurimo";
 
-  // Saves under `assetsDirectory`; by default under
-  // Directories::current().picturesDirectory() / kAppFolder, looked up at each save.
-  explicit PHPhotoLibrary(std::optional<std::filesystem::path> assetsDirectory = std::nullopt);
+  // Decisions are kept in `stateDirectory`, photos saved in `picturesDirectory` /
+  // kAppFolder; folders are created 0700 when first written.
+  PHPhotoLibrary(const std::filesystem::path& stateDirectory, const std::filesystem::path& picturesDirectory,
+                 std::shared_ptr<PhotoPermissionPrompt> prompt);
+  // The folders of Directories::current().
+  explicit PHPhotoLibrary(std::shared_ptr<PhotoPermissionPrompt> prompt);
+  ~PHPhotoLibrary();
   PHPhotoLibrary(const PHPhotoLibrary&) = delete;
   PHPhotoLibrary& operator=(const PHPhotoLibrary&) = delete;
 
+  // By default: the folders of Directories::current() and a terminal prompt.
   static PHPhotoLibrary& shared() { return slot().get(); }
   static Replaceable<PHPhotoLibrary>& slot();
 
-  // The system side's current status (PhotoLibrarySystem::current()); never prompts.
+  // The shared library's current decision; never prompts.
   static PHAuthorizationStatus authorizationStatus(PHAccessLevel level);
-  // While the status is undetermined, asks the user once and keeps the answer; then
-  // calls `handler` with the status on a global queue.
+  // While the shared library's decision is open, asks its prompt once (concurrent
+  // requests share the question) and keeps the answer; then calls `handler` with the
+  // status.
   static void requestAuthorization(PHAccessLevel level, AuthorizationHandler handler);
 
-  // Runs `changeBlock` on the change queue and then commits what it created, all or
-  // nothing. Without permission to add (see allowsAdding()) nothing is written and
-  // the completion gets accessUserDenied or accessRestricted.
+  // Runs `changeBlock` on the change queue, then commits what it created, all or
+  // nothing. Without permission to add nothing is written and the completion gets
+  // accessUserDenied (accessRestricted when restricted).
   void performChanges(ChangeBlock changeBlock, CompletionHandler completionHandler = nullptr);
 
-  // The serial queue of change blocks; sync() on it waits for earlier changes.
+  // The system's side. The status the user set in the system's settings.
+  [[nodiscard]] std::optional<PHPhotosError> setAuthorizationStatus(PHAccessLevel level, PHAuthorizationStatus status);
+
+  // The serial queue of change blocks; sync() on it waits for the changes queued before.
   DispatchQueue& changeQueue() { return changeQueue_; }
-  std::filesystem::path assetsDirectory() const;
+  const std::filesystem::path& stateFile() const;
+  const std::filesystem::path& assetsDirectory() const;
 
  private:
-  void apply(const ChangeBlock& changeBlock, const CompletionHandler& completionHandler);
-
-  const std::optional<std::filesystem::path> assetsDirectory_;
+  struct State;
+  std::shared_ptr<State> state_;  // shared with queued work, which may outlive this object
   DispatchQueue changeQueue_;
 };
 

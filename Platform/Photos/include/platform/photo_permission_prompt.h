@@ -1,61 +1,63 @@
 #pragma once
-// PhotoPermissionPrompt: the "system" dialog that asks the user whether the
-// app may use the photo library. The process has one, replaceable: tests
-// script it, the host answers from a flag (FixedPhotoPermissionPrompt) or asks
-// on the controlling terminal (TerminalPhotoPermissionPrompt, the default).
+// PhotoPermissionPrompt: the person behind the system's "allow access to
+// your photos?" question. The photo library asks it when an app requests
+// authorization and the user has not decided yet.
 //
-// Thread contract: ask() is called on a platform worker thread, one prompt at
-// a time, and may block until the user answers.
+// Thread contract: ask() is called on a platform thread, one question at a
+// time, and may block until the person answers.
 //
-//   auto prompt = std::make_shared<platform::FixedPhotoPermissionPrompt>(platform::PHAuthorizationStatus::denied);
-//   platform::ScopedReplacement pin(platform::PhotoPermissionPrompt::slot(), prompt);
+//   auto prompt = std::make_shared<platform::TerminalPhotoPermissionPrompt>();
+//   platform::PHPhotoLibrary library(stateDirectory, picturesDirectory, prompt);
 
-#include <filesystem>
-#include <memory>
+#include <cstdio>
+#include <optional>
+#include <string_view>
 
 #include "platform/ph_authorization_status.h"
-#include "platform/replaceable.h"
 
 namespace platform {
+
+enum class PhotoPermissionAnswer {
+  allow,
+  allowLimited,
+  deny,
+  noAnswer,  // nobody could be asked; the decision stays open
+};
+
+// The status an answer leaves behind; nullopt for noAnswer.
+std::optional<PHAuthorizationStatus> authorizationStatusFor(PhotoPermissionAnswer answer);
 
 class PhotoPermissionPrompt {
  public:
   virtual ~PhotoPermissionPrompt() = default;
-
-  // The user's answer: authorized, denied or limited (restricted is not a
-  // user's answer but is passed on if given). notDetermined means the prompt
-  // went away unanswered, so nothing is decided.
-  virtual PHAuthorizationStatus ask(PHAccessLevel level) = 0;
-
-  static PhotoPermissionPrompt& current() { return slot().get(); }
-  static Replaceable<PhotoPermissionPrompt>& slot();
+  virtual PhotoPermissionAnswer ask(PHAccessLevel level) = 0;
 };
 
-// Always gives the same answer.
-class FixedPhotoPermissionPrompt final : public PhotoPermissionPrompt {
- public:
-  explicit FixedPhotoPermissionPrompt(PHAuthorizationStatus answer) : answer_(answer) {}
-  PHAuthorizationStatus ask(PHAccessLevel) override { return answer_; }
-
- private:
-  const PHAuthorizationStatus answer_;
-};
-
-// Asks on a terminal and reads one line: "y"/"yes"/"allow" grants access,
-// "n"/"no"/"deny" refuses it, "limited" limits it, a status name is taken as
-// is. With no terminal, end of input or an unknown reply the prompt is left
-// unanswered.
+// Asks on a terminal ("Allow? [y/n/limited]") until it gets one of those
+// answers. Without a terminal on `input` nobody is there to answer, so it
+// answers noAnswer without asking; so does end of input.
 class TerminalPhotoPermissionPrompt final : public PhotoPermissionPrompt {
  public:
-  explicit TerminalPhotoPermissionPrompt(std::filesystem::path terminal = "/dev/tty")
-      : terminal_(std::move(terminal)) {}
-  PHAuthorizationStatus ask(PHAccessLevel level) override;
+  explicit TerminalPhotoPermissionPrompt(std::FILE* input = stdin, std::FILE* output = stderr,
+                                         bool onlyOnTerminal = true)
+      : input_(input), output_(output), onlyOnTerminal_(onlyOnTerminal) {}
 
-  // The answer a reply line gives.
-  static PHAuthorizationStatus answerForReply(std::string_view reply);
+  PhotoPermissionAnswer ask(PHAccessLevel level) override;
 
  private:
-  const std::filesystem::path terminal_;
+  std::FILE* input_;   // not owned
+  std::FILE* output_;  // not owned
+  bool onlyOnTerminal_;
+};
+
+// The same answer every time, e.g. from a command-line flag.
+class FixedPhotoPermissionPrompt final : public PhotoPermissionPrompt {
+ public:
+  explicit FixedPhotoPermissionPrompt(PhotoPermissionAnswer answer) : answer_(answer) {}
+  PhotoPermissionAnswer ask(PHAccessLevel) override { return answer_; }
+
+ private:
+  PhotoPermissionAnswer answer_;
 };
 
 }  // namespace platform

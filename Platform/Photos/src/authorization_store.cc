@@ -1,16 +1,14 @@
-#include "platform/photo_library_system.h"
+#include "authorization_store.h"
 
 #include <cstdio>
-#include <string>
 #include <system_error>
 
 #include <nlohmann/json.hpp>
 
 #include "platform/clock.h"
 #include "platform/directories.h"
-#include "platform/photo_permission_prompt.h"
 
-namespace platform {
+namespace platform::internal {
 namespace {
 
 constexpr PHAccessLevel kLevels[] = {PHAccessLevel::addOnly, PHAccessLevel::readWrite};
@@ -19,46 +17,25 @@ std::size_t indexOf(PHAccessLevel level) { return level == PHAccessLevel::addOnl
 
 }  // namespace
 
-Replaceable<PhotoLibrarySystem>& PhotoLibrarySystem::slot() {
-  static Replaceable<PhotoLibrarySystem> instance([] { return std::make_shared<PhotoLibrarySystem>(); });
-  return instance;
-}
+AuthorizationStore::AuthorizationStore(std::filesystem::path file) : file_(std::move(file)) { load(); }
 
-PhotoLibrarySystem::PhotoLibrarySystem(std::filesystem::path file) : file_(std::move(file)) { load(); }
-
-PhotoLibrarySystem::PhotoLibrarySystem()
-    : PhotoLibrarySystem(Directories::current().stateDirectory() / kFileName) {}
-
-PHAuthorizationStatus PhotoLibrarySystem::authorizationStatus(PHAccessLevel level) const {
+PHAuthorizationStatus AuthorizationStore::status(PHAccessLevel level) const {
   std::lock_guard lock(mutex_);
   return statuses_[indexOf(level)];
 }
 
-std::optional<FileError> PhotoLibrarySystem::setAuthorizationStatus(PHAccessLevel level,
-                                                                    PHAuthorizationStatus status) {
+std::optional<FileError> AuthorizationStore::set(PHAccessLevel level, PHAuthorizationStatus status) {
   std::lock_guard lock(mutex_);
   statuses_[indexOf(level)] = status;
   return saveLocked();
 }
 
-bool PhotoLibrarySystem::allowsAdding() const {
+bool AuthorizationStore::allowsAdding() const {
   std::lock_guard lock(mutex_);
   return platform::allowsAdding(statuses_[0]) || platform::allowsAdding(statuses_[1]);
 }
 
-PHAuthorizationStatus PhotoLibrarySystem::resolve(PHAccessLevel level) {
-  std::lock_guard prompting(promptMutex_);
-  PHAuthorizationStatus status = authorizationStatus(level);
-  if (status != PHAuthorizationStatus::notDetermined) return status;
-  PHAuthorizationStatus answer = PhotoPermissionPrompt::current().ask(level);
-  if (answer == PHAuthorizationStatus::notDetermined) return answer;
-  if (auto error = setAuthorizationStatus(level, answer)) {
-    std::fprintf(stderr, "aurimo: could not keep the photo library decision: %s\n", error->message().c_str());
-  }
-  return answer;
-}
-
-void PhotoLibrarySystem::load() {
+void AuthorizationStore::load() {
   ReadFileResult read = readFile(file_);
   if (!read) {
     if (!read.error->isNotFound()) moveAside(read.error->message());
@@ -79,7 +56,7 @@ void PhotoLibrarySystem::load() {
   }
 }
 
-void PhotoLibrarySystem::moveAside(const std::string& problem) {
+void AuthorizationStore::moveAside(const std::string& problem) {
   auto stamp = static_cast<long long>(unixSeconds(Clock::current().now()));
   std::filesystem::path aside = file_;
   aside += ".corrupt-" + std::to_string(stamp);
@@ -90,7 +67,7 @@ void PhotoLibrarySystem::moveAside(const std::string& problem) {
                moveError ? moveError.message().c_str() : aside.c_str());
 }
 
-std::optional<FileError> PhotoLibrarySystem::saveLocked() const {
+std::optional<FileError> AuthorizationStore::saveLocked() const {
   nlohmann::json statuses = nlohmann::json::object();
   for (PHAccessLevel level : kLevels) statuses[std::string(name(level))] = name(statuses_[indexOf(level)]);
   std::string text = nlohmann::json{{"authorizationStatus", statuses}}.dump(2) + "\n";
@@ -100,4 +77,4 @@ std::optional<FileError> PhotoLibrarySystem::saveLocked() const {
   return writeFileAtomically(file_, dataFromString(text));
 }
 
-}  // namespace platform
+}  // namespace platform::internal

@@ -1,0 +1,227 @@
+#include "platform/ph_photo_library.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+
+#include "platform/atomic_file.h"
+#include "testing/photo_library_environment.h"
+
+namespace platform {
+namespace {
+
+using Answer = PhotoPermissionAnswer;
+using Code = PHPhotosError::Code;
+using Status = PHAuthorizationStatus;
+using namespace std::string_literals;
+
+const Data kJpeg{0xFF, 0xD8, 0xFF, 0xE0, 0x00, 0x10, 'J', 'F', 'I', 'F'};
+const Data kPng{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 0x0D};
+
+Data ftyp(std::string brands) {
+  std::string box = "\0\0\0"s + static_cast<char>(8 + brands.size()) + "ftyp" + brands;
+  return Data(box.begin(), box.end());
+}
+
+unsigned mode(const std::filesystem::path& path) {
+  struct stat info{};
+  ::stat(path.c_str(), &info);
+  return info.st_mode & 0777;
+}
+
+// Requests authorization and waits for the handler; checks it ran on another thread.
+Status request(PHAccessLevel level = PHAccessLevel::addOnly) {
+  std::promise<std::pair<Status, bool>> done;
+  PHPhotoLibrary::requestAuthorization(level, [&done, caller = std::this_thread::get_id()](Status status) {
+    done.set_value({status, std::this_thread::get_id() == caller});
+  });
+  auto [status, onCaller] = done.get_future().get();
+  EXPECT_FALSE(onCaller) << "the handler ran inside the call";
+  return status;
+}
+
+struct Outcome {
+  bool success = false;
+  std::optional<PHPhotosError> error;
+};
+
+// One change creating an asset per entry of `photos` (nullopt: a request with no
+// resource), waited for.
+Outcome save(std::vector<std::optional<Data>> photos, std::optional<std::string> originalFilename = std::nullopt) {
+  Outcome outcome;
+  PHPhotoLibrary::shared().performChanges(
+      [photos, originalFilename] {
+        for (const auto& bytes : photos) {
+          auto& request = PHAssetCreationRequest::forAsset();
+          if (!bytes) continue;
+          std::optional<PHAssetResourceCreationOptions> options;
+          if (originalFilename) options = PHAssetResourceCreationOptions{originalFilename};
+          request.addResource(PHAssetResourceType::photo, *bytes, options);
+        }
+      },
+      [&outcome](bool success, std::optional<PHPhotosError> error) { outcome = {success, std::move(error)}; });
+  testing_support::PhotoLibraryEnvironment::drainChanges();
+  return outcome;
+}
+
+TEST(PhotoLibraryAuthorization, AsksOnlyWhileUndecidedAndKeepsTheAnswer) {
+  struct Case {
+    Answer answer;
+    Status status;
+    std::size_t questionsAfterTwoRequests;
+  };
+  const Case cases[] = {
+      {Answer::allow, Status::authorized, 1},
+      {Answer::allowLimited, Status::limited, 1},
+      {Answer::deny, Status::denied, 1},
+      {Answer::noAnswer, Status::notDetermined, 2},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(static_cast<int>(c.answer));
+    testing_support::PhotoLibraryEnvironment env;
+    env.prompt->push(c.answer);
+    env.prompt->push(c.answer);
+
+    EXPECT_EQ(request(), c.status);
+    EXPECT_EQ(request(), c.status);
+    EXPECT_EQ(env.prompt->asked().size(), c.questionsAfterTwoRequests);
+
+    env.restartLibrary();
+    EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly), c.status);
+    EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::readWrite), Status::notDetermined);
+  }
+}
+
+TEST(PhotoLibraryAuthorization, AnExistingDecisionIsNotAsked) {
+  testing_support::PhotoLibraryEnvironment env;
+  ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::restricted));
+  env.prompt->push(Answer::allow);
+
+  EXPECT_EQ(request(), Status::restricted);
+  EXPECT_TRUE(env.prompt->asked().empty());
+}
+
+TEST(PhotoLibraryAuthorization, ConcurrentRequestsShareOneQuestion) {
+  testing_support::PhotoLibraryEnvironment env;
+  env.prompt->push(Answer::allow);
+
+  auto first = std::async(std::launch::async, [] { return request(); });
+  auto second = std::async(std::launch::async, [] { return request(); });
+
+  EXPECT_EQ(first.get(), Status::authorized);
+  EXPECT_EQ(second.get(), Status::authorized);
+  EXPECT_EQ(env.prompt->asked().size(), 1u);
+}
+
+TEST(PhotoLibraryChanges, SavesTheBytesUnchangedUnderANameForTheirFormat) {
+  struct Case {
+    const char* label;
+    Data bytes;
+    std::optional<std::string> originalFilename;
+    const char* extension;
+  };
+  const Case cases[] = {
+      {"jpeg", kJpeg, std::nullopt, "jpg"},
+      {"png", kPng, "shot.jpg", "png"},
+      {"heic major brand", ftyp("heic\0\0\0\0mif1"s), std::nullopt, "heic"},
+      {"heif generic brand", ftyp("mif1\0\0\0\0"s), std::nullopt, "heic"},
+      {"heic compatible brand", ftyp("isom\0\0\0\0heix"s), std::nullopt, "heic"},
+      {"avif", ftyp("avif\0\0\0\0mif1miaf"s), std::nullopt, "bin"},
+      {"png signature cut short", Data(kPng.begin(), kPng.begin() + 4), std::nullopt, "bin"},
+      {"unknown with a file name", {1, 2, 3}, "scan.tiff", "tiff"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    testing_support::PhotoLibraryEnvironment env;
+    env.clock->set(Date(std::chrono::milliseconds(1'700'000'000'123)));
+    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
+
+    Outcome outcome = save({c.bytes}, c.originalFilename);
+
+    EXPECT_TRUE(outcome.success);
+    EXPECT_FALSE(outcome.error);
+    ASSERT_EQ(env.savedPhotos().size(), 1u);
+    const std::filesystem::path photo = env.savedPhotos().front();
+    EXPECT_EQ(photo.filename(), std::string("IMG_20231114_221320_123_1.") + c.extension);
+    EXPECT_EQ(readFile(photo).data, c.bytes);
+    EXPECT_EQ(mode(photo), 0600u);
+    EXPECT_EQ(mode(env.assetsDirectory()), 0700u);
+  }
+}
+
+TEST(PhotoLibraryChanges, AddsOnlyWithAuthorizedOrLimitedAccess) {
+  struct Case {
+    Status addOnly;
+    Status readWrite;
+    std::optional<Code> error;
+  };
+  const Case cases[] = {
+      {Status::notDetermined, Status::notDetermined, Code::accessUserDenied},
+      {Status::denied, Status::notDetermined, Code::accessUserDenied},
+      {Status::restricted, Status::notDetermined, Code::accessRestricted},
+      {Status::authorized, Status::notDetermined, std::nullopt},
+      {Status::limited, Status::notDetermined, std::nullopt},
+      {Status::denied, Status::limited, std::nullopt},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(name(c.addOnly)) + "/" + std::string(name(c.readWrite)));
+    testing_support::PhotoLibraryEnvironment env;
+    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, c.addOnly));
+    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, c.readWrite));
+
+    Outcome outcome = save({kJpeg});
+
+    EXPECT_EQ(outcome.success, !c.error);
+    EXPECT_EQ(outcome.error ? std::optional(outcome.error->code) : std::nullopt, c.error);
+    EXPECT_EQ(env.savedPhotos().size(), c.error ? 0u : 1u);
+    EXPECT_TRUE(env.prompt->asked().empty()) << "a change never prompts";
+  }
+}
+
+TEST(PhotoLibraryChanges, NamesStayUniqueWithinOneMillisecond) {
+  testing_support::PhotoLibraryEnvironment env;
+  ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
+
+  PHPhotoLibrary::shared().performChanges([] {
+    PHAssetCreationRequest::forAsset().addResource(PHAssetResourceType::photo, kJpeg);
+  });
+  EXPECT_TRUE(save({kPng, kJpeg}).success);
+  env.restartLibrary();  // a new library must not overwrite what an earlier one saved
+  EXPECT_TRUE(save({kJpeg}).success);
+
+  std::vector<std::string> names;
+  for (const auto& photo : env.savedPhotos()) names.push_back(photo.filename().string());
+  EXPECT_EQ(names, (std::vector<std::string>{"IMG_20231114_221320_000_1.jpg", "IMG_20231114_221320_000_2.png",
+                                             "IMG_20231114_221320_000_3.jpg", "IMG_20231114_221320_000_4.jpg"}));
+  EXPECT_EQ(readFile(env.assetsDirectory() / names[1]).data, kPng);
+}
+
+TEST(PhotoLibraryChanges, AnInvalidRequestFailsTheWholeChange) {
+  struct Case {
+    const char* label;
+    std::vector<std::optional<Data>> photos;
+    Code error;
+  };
+  const Case cases[] = {
+      {"a request without a photo", {kJpeg, std::nullopt}, Code::missingResource},
+      {"a photo without bytes", {kJpeg, Data{}}, Code::invalidResource},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    testing_support::PhotoLibraryEnvironment env;
+    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
+
+    Outcome outcome = save(c.photos);
+
+    EXPECT_FALSE(outcome.success);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->code, c.error);
+    EXPECT_TRUE(env.savedPhotos().empty());
+  }
+}
+
+}  // namespace
+}  // namespace platform
