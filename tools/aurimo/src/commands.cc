@@ -1,0 +1,13 @@
+#include "commands.h"
+
+namespace aurimo::tool {
+
+void addAllCommands(CommandLine& commandLine) {
+  addRunCommand(commandLine);
+  addLinkCommand(commandLine);
+  addPayloadCommand(commandLine);
+  addInfoCommand(commandLine);
+  addDemoCommand(commandLine);
+}
+
+}  // namespace aurimo::tool

@@ -1,0 +1,122 @@
+#include "event_host.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <istream>
+#include <ostream>
+
+#include "platform/run_loop.h"
+
+namespace aurimo::tool {
+namespace {
+
+std::string eventName(const nlohmann::json& event) {
+  auto found = event.find("event");
+  return found != event.end() && found->is_string() ? found->get<std::string>() : "event";
+}
+
+// nlohmann's messages start with "[json.exception.parse_error.101] ".
+std::string withoutExceptionId(std::string message) {
+  if (!message.empty() && message.front() == '[') {
+    if (std::size_t end = message.find("] "); end != std::string::npos) message.erase(0, end + 2);
+  }
+  return message;
+}
+
+}  // namespace
+
+void EventHost::on(std::string event, Handler handler) {
+  if (handlers_.contains(event)) {
+    std::fprintf(stderr, "aurimo: event \"%s\" registered twice\n", event.c_str());
+    std::abort();
+  }
+  handlers_.emplace(std::move(event), std::move(handler));
+}
+
+void EventHost::addBackgroundWait(BackgroundWait wait) { backgroundWaits_.push_back(std::move(wait)); }
+
+nlohmann::ordered_json EventHost::handle(const nlohmann::json& event) {
+  if (!event.is_object()) return error("an event must be a JSON object");
+  auto name = event.find("event");
+  if (name == event.end() || !name->is_string()) return error("\"event\" must be a string");
+  auto handler = handlers_.find(name->get_ref<const std::string&>());
+  if (handler == handlers_.end()) return error("unknown event \"" + name->get<std::string>() + "\"");
+
+  try {
+    Answer answer = handler->second(event);
+    settle();
+    nlohmann::ordered_json out;
+    out["event"] = handler->first;
+    if (answer) answer(out);
+    return out;
+  } catch (const std::exception& failure) {
+    // Drain anyway so the next event does not see this one's leftovers.
+    settle();
+    return error(withoutExceptionId(failure.what()));
+  }
+}
+
+std::optional<nlohmann::ordered_json> EventHost::handleLine(std::string_view line) {
+  const std::size_t start = line.find_first_not_of(" \t\r\n");
+  if (start == std::string_view::npos || line[start] == '#') return std::nullopt;
+  nlohmann::json event;
+  try {
+    event = nlohmann::json::parse(line);
+  } catch (const nlohmann::json::parse_error& failure) {
+    return error("invalid JSON: " + withoutExceptionId(failure.what()));
+  }
+  return handle(event);
+}
+
+void EventHost::run(std::istream& in, std::ostream& out) {
+  std::string line;
+  while (std::getline(in, line)) {
+    if (std::optional<nlohmann::ordered_json> answer = handleLine(line)) {
+      out << format(*answer) << '\n' << std::flush;
+    }
+  }
+}
+
+std::vector<std::string> EventHost::eventNames() const {
+  std::vector<std::string> names;
+  for (const auto& [name, handler] : handlers_) names.push_back(name);
+  return names;
+}
+
+std::string EventHost::format(const nlohmann::ordered_json& answer) {
+  return answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+nlohmann::ordered_json EventHost::error(std::string_view message) {
+  nlohmann::ordered_json out;
+  out["error"] = std::string(message);
+  return out;
+}
+
+void EventHost::settle() {
+  bool waited = false;
+  do {
+    platform::RunLoop::main().runUntilIdle();
+    waited = false;
+    for (const BackgroundWait& wait : backgroundWaits_) waited = wait() || waited;
+  } while (waited);
+}
+
+const nlohmann::json& requiredField(const nlohmann::json& event, const char* field) {
+  auto found = event.find(field);
+  if (found == event.end()) throw EventError(eventName(event) + ": \"" + field + "\" is missing");
+  return *found;
+}
+
+std::string requiredString(const nlohmann::json& event, const char* field) {
+  const nlohmann::json& value = requiredField(event, field);
+  if (!value.is_string()) throw EventError(eventName(event) + ": \"" + field + "\" must be a string");
+  return value.get<std::string>();
+}
+
+std::optional<std::string> optionalString(const nlohmann::json& event, const char* field) {
+  if (!event.contains(field)) return std::nullopt;
+  return requiredString(event, field);
+}
+
+}  // namespace aurimo::tool

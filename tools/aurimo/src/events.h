@@ -1,0 +1,17 @@
+#pragma once
+// The event handlers of every subsystem, each registered by one call.
+//
+//   EventHost host;
+//   registerAllEvents(host);
+
+#include "event_host.h"
+
+namespace aurimo::tool {
+
+// "link", "payload", "resetRoute": universal-link routing (link_events.cc).
+void registerLinkEvents(EventHost& host);
+
+// Every subsystem's events; add a subsystem's registration call here.
+void registerAllEvents(EventHost& host);
+
+}  // namespace aurimo::tool

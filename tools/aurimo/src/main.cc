@@ -1,0 +1,8 @@
+// aurimo: drives the app-context library from the command line; see README.md.
+#include "commands.h"
+
+int main(int argc, char** argv) {
+  aurimo::tool::CommandLine commandLine;
+  aurimo::tool::addAllCommands(commandLine);
+  return commandLine.run(argc, argv);
+}
