@@ -36,15 +36,6 @@ TEST(PhotoLibraryManagerRequest, AsksOnceForAddOnlyAccessAndKeepsTheAnswer) {
   EXPECT_EQ(env.prompt->asked().size(), 1u);
 }
 
-TEST(PhotoLibraryManagerRequest, AnEarlierDecisionComesBackWithoutAQuestion) {
-  testing_support::PhotoLibraryEnvironment env;
-  ASSERT_FALSE(platform::PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::denied));
-  env.prompt->push(PhotoPermissionAnswer::allow);
-
-  EXPECT_EQ(requestThroughManager(), Status::denied);
-  EXPECT_TRUE(env.prompt->asked().empty());
-}
-
 TEST(PhotoLibraryManagerSave, SavesACopyOfTheBytesOnlyWhenAllowed) {
   const platform::Data png{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 1, 2, 3};
   for (Status status : {Status::authorized, Status::denied, Status::notDetermined}) {

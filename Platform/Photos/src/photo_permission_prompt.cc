@@ -23,7 +23,7 @@ PhotoPermissionAnswer TerminalPhotoPermissionPrompt::ask(PHAccessLevel level) {
   if (onlyOnTerminal_ && !isatty(fileno(input_))) return PhotoPermissionAnswer::noAnswer;
   const std::string title =
       level == PHAccessLevel::addOnly
-          ? NSLocalizedString("“Aurimo” Would Like to Add to your Photos",
+          ? NSLocalizedString("“Aurimo” Would Like to Add to Your Photos",
                               "Question asked in the terminal before the app may save pictures to the photo library.")
           : NSLocalizedString("“Aurimo” Would Like Full Access to Your Photo Library",
                               "Question asked in the terminal before the app may read and change the photo library.");
