@@ -62,12 +62,26 @@ std::string DiskDirectory::resolvePath(platform::FileManager& fileManager, const
   return parent + config.name;
 }
 
-std::string DiskDirectory::fileNameForText(std::string_view key) {
+void DiskDirectory::appendFileNameForText(std::string& out, std::string_view key) {
   const std::string_view extension = pathExtension(key);
-  std::string name(kMD5HexLength + (extension.empty() ? 0 : extension.size() + 1), '.');
-  md5HexDigits(md5Digest(key), name.data());
-  if (!extension.empty()) name.replace(kMD5HexLength + 1, extension.size(), extension);
+  const std::size_t start = out.size();
+  out.resize(start + kMD5HexLength);
+  md5HexDigits(md5Digest(key), out.data() + start);
+  if (!extension.empty()) out.append(".").append(extension);
+}
+
+std::string DiskDirectory::fileNameForText(std::string_view key) {
+  std::string name;
+  appendFileNameForText(name, key);
   return name;
+}
+
+std::string DiskDirectory::pathForText(std::string_view key) const {
+  std::string filePath;
+  filePath.reserve(path_.size() + 2 + kMD5HexLength + key.size());
+  filePath.append(path_).append("/");
+  appendFileNameForText(filePath, key);
+  return filePath;
 }
 
 std::string DiskDirectory::fileNameForHash(std::size_t hash) {

@@ -163,14 +163,31 @@ TEST_F(DiskStorageTest, SweepRemovesExpiredFilesWithoutCountingThem) {
 }
 
 TEST_F(DiskStorageTest, SizeLimitEvictsLatestExpiryFirstUntilBelowHalf) {
-  Storage storage = makeStorage(1000);
-  for (const int day : {3, 1, 4, 2}) {  // written out of order
-    storage.setObject(bytes(300), "d" + std::to_string(day), cache::Expiry::seconds(day * 86400.0));
+  const struct {
+    std::size_t fileSize;
+    int files;
+    int evicted;  // from the latest expiry down
+  } cases[] = {
+      {300, 4, 3},  // 1200 -> 900, 600, 300: below 500
+      {250, 5, 4},  // 1250 -> 1000, 750, 500 is not below 500, 250
+      {1001, 1, 1},
+  };
+  for (const auto& c : cases) {
+    Storage storage = makeStorage(1000);
+    storage.removeAll();
+    removed_.clear();
+    std::vector<std::string> expected;
+    for (int day = c.files; day >= 1; --day) {
+      if (c.files - day < c.evicted) expected.push_back(storage.fileName("d" + std::to_string(day)));
+    }
+    for (int i = 0; i < c.files; ++i) {  // written in an order unrelated to expiry
+      const int day = (i * 3) % c.files + 1;
+      storage.setObject(bytes(c.fileSize), "d" + std::to_string(day), cache::Expiry::seconds(day * 86400.0));
+    }
+    storage.removeExpiredObjects();
+    EXPECT_EQ(removed_, expected) << c.fileSize;
+    EXPECT_EQ(namesOnDisk().size(), static_cast<std::size_t>(c.files - c.evicted));
   }
-  storage.removeExpiredObjects();
-  EXPECT_EQ(removed_, (std::vector<std::string>{storage.fileName("d4"), storage.fileName("d3"),
-                                                storage.fileName("d2")}));
-  EXPECT_EQ(namesOnDisk(), std::vector<std::string>{storage.fileName("d1")});
 }
 
 TEST_F(DiskStorageTest, ZeroMaxSizeMeansNoLimit) {

@@ -102,7 +102,13 @@ class DiskStorage final : public StorageAware<Key, Value> {
     }
   }
 
-  std::string filePath(const Key& key) const { return directory_.pathForName(fileName(key)); }
+  std::string filePath(const Key& key) const {
+    if constexpr (std::is_convertible_v<const Key&, std::string_view>) {
+      return directory_.pathForText(std::string_view(key));
+    } else {
+      return directory_.pathForName(fileName(key));
+    }
+  }
 
   // The byte length of the files in the directory (not their allocated size).
   std::uint64_t totalSize() { return directory_.totalSize(); }

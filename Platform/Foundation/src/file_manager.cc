@@ -206,7 +206,12 @@ void PosixFileManager::renameItem(const std::string& from, const std::string& to
 }
 
 FileContents PosixFileManager::contentsOfFile(const std::string& path) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  // Cache files carry their expiry, a future date, as modification time, so
+  // relatime would write a new access time on every read; O_NOATIME avoids
+  // that for files we own and is refused (EPERM) for others.
+  int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOATIME);
+  if (descriptor < 0 && errno == EPERM) descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const Descriptor file(descriptor);
   if (file.get() < 0) throwFileError("open", path, errno);
   struct stat status;
   if (::fstat(file.get(), &status) != 0) throwFileError("fstat", path, errno);

@@ -34,12 +34,16 @@ class DiskDirectory {
 
   // Upper-case hex MD5 of the key, plus the path extension of its last component.
   static std::string fileNameForText(std::string_view key);
+  static void appendFileNameForText(std::string& out, std::string_view key);
   // The decimal text of the key's hash mixed with a seed drawn once per process.
   static std::string fileNameForHash(std::size_t hash);
   // Hidden, so sweeps and readers never take them for cache files.
   static bool isTemporaryName(std::string_view name);
 
   std::string pathForName(std::string_view name) const;
+  // pathForName(fileNameForText(key)) in one allocation; every read and write
+  // names its file, so this is on the hot path.
+  std::string pathForText(std::string_view key) const;
 
   // Creates the directory when nothing exists at `path`.
   void create();
