@@ -39,7 +39,8 @@ class UNNotificationContent {
  public:
   UNNotificationContent() = default;
   // Takes a snapshot; later changes to `content` do not show here.
-  UNNotificationContent(UNMutableNotificationContent content) : content_(std::move(content)) {}  // NOLINT: implicit like the platform's copy()
+  // Implicit, so a mutable content can be handed straight to a request.
+  UNNotificationContent(UNMutableNotificationContent content) : content_(std::move(content)) {}
 
   const std::string& title() const { return content_.title; }
   const std::string& subtitle() const { return content_.subtitle; }
