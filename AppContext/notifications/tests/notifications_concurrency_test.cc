@@ -1,0 +1,177 @@
+// Updates, taps and refreshes started from several threads at once.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "app_context/notifications/qz_local_user_notification_scheduler.h"
+#include "app_context/notifications/qz_user_notification_manager.h"
+#include "notification_environment.h"
+#include "platform/application.h"
+
+namespace aurimo {
+namespace {
+
+using platform::UNAuthorizationStatus;
+using testing_env::BroadcastLog;
+using testing_env::NotificationEnvironment;
+
+platform::UNNotificationRequest discountReminder(const std::string& identifier) {
+  platform::UNMutableNotificationContent content;
+  content.categoryIdentifier = "DiscountReminder";
+  return {identifier, content,
+          std::make_shared<platform::UNCalendarNotificationTrigger>(platform::DateComponents{.hour = 19}, true)};
+}
+
+TEST(NotificationsConcurrency, OverlappingUpdatesNeverInterleaveAndEachCompletesOnce) {
+  NotificationEnvironment env;
+  env.setStatus(UNAuthorizationStatus::authorized);
+  auto scheduler = QzLocalUserNotificationScheduler::create();
+
+  std::mutex mutex;
+  std::condition_variable released;
+  bool open = false;                // guarded by mutex
+  std::vector<std::string> trace;   // guarded by mutex
+  std::atomic<int> inside{0};
+  std::atomic<int> calls{0};
+  scheduler->setScheduleDiscount([&] {
+    const int call = calls++;
+    EXPECT_EQ(inside++, 0) << "two updates overlap";
+    {
+      std::unique_lock lock(mutex);
+      trace.push_back("enter");
+      // The first update holds the lock until every other one has been started.
+      released.wait(lock, [&] { return call > 0 || open; });
+    }
+    NotificationEnvironment::center().add(discountReminder("discount-" + std::to_string(call)), nullptr);
+    {
+      std::lock_guard lock(mutex);
+      trace.push_back("exit");
+    }
+    --inside;
+  });
+
+  constexpr int kThreads = 4, kPerThread = 4, kForegrounds = 4;
+  std::array<std::atomic<int>, kThreads * kPerThread> completions{};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kPerThread; ++i) scheduler->updateSchedule([&completions, k = t * kPerThread + i] { ++completions[k]; });
+    });
+  }
+  threads.emplace_back([] {
+    for (int i = 0; i < kForegrounds; ++i) {
+      platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
+    }
+  });
+  for (std::thread& thread : threads) thread.join();
+  {
+    std::lock_guard lock(mutex);
+    open = true;
+  }
+  released.notify_all();
+  scheduler->waitUntilIdle();
+
+  EXPECT_EQ(calls, kThreads * kPerThread + kForegrounds);
+  for (const auto& count : completions) EXPECT_EQ(count, 1);
+  std::vector<std::string> alternating;
+  for (int i = 0; i < calls; ++i) alternating.insert(alternating.end(), {"enter", "exit"});
+  EXPECT_EQ(trace, alternating);
+  // Each update removed its predecessor's reminder before filing its own.
+  EXPECT_EQ(NotificationEnvironment::pendingIdentifiers(), std::vector<std::string>{"discount-" + std::to_string(calls - 1)});
+}
+
+TEST(NotificationsConcurrency, UpdatesCompleteOnceWhileThePermissionFlips) {
+  NotificationEnvironment env;
+  auto scheduler = QzLocalUserNotificationScheduler::create();
+  std::atomic<int> discounts{0};
+  scheduler->setScheduleDiscount([&] { ++discounts; });
+  constexpr int kUpdates = 40;
+  std::atomic<int> completions{0};
+  std::thread flipper([&] {
+    for (int i = 0; i < kUpdates; ++i) {
+      env.setStatus(i % 2 ? UNAuthorizationStatus::authorized : UNAuthorizationStatus::denied);
+    }
+  });
+  for (int i = 0; i < kUpdates; ++i) scheduler->updateSchedule([&] { ++completions; });
+  flipper.join();
+  scheduler->waitUntilIdle();
+  EXPECT_EQ(completions, kUpdates);
+  EXPECT_LE(discounts, kUpdates);
+}
+
+TEST(NotificationsConcurrency, TapsFromManyThreadsCompleteOnceWhileTheInterceptorChanges) {
+  NotificationEnvironment env;
+  BroadcastLog log;
+  auto manager = QzUserNotificationManager::create();
+  NotificationEnvironment::settle(manager.get());
+  log.take();
+
+  constexpr int kThreads = 4, kPerThread = 25;
+  std::atomic<int> completions{0};
+  std::atomic<int> consumed{0};
+  std::atomic<bool> done{false};
+  std::thread swapper([&] {
+    for (bool consume = false; !done; consume = !consume) {
+      manager->setUserNotificationCenterDidReceiveResponseHandler(
+          consume ? QzUserNotificationManager::ResponseHandler([&](auto&, const auto&) {
+            ++consumed;
+            return true;
+          })
+                  : nullptr);
+    }
+  });
+  std::vector<std::thread> tappers;
+  for (int t = 0; t < kThreads; ++t) {
+    tappers.emplace_back([&] {
+      platform::UNMutableNotificationContent content;
+      content.categoryIdentifier = "DiscountReminder";
+      for (int i = 0; i < kPerThread; ++i) {
+        NotificationEnvironment::center().openNotification(
+            {platform::UNNotification{platform::Clock::current().now(), platform::UNNotificationRequest("tap", content, nullptr)}},
+            [&] { ++completions; });
+        (void)manager->latestNotificationResponseInfo();
+      }
+    });
+  }
+  for (std::thread& thread : tappers) thread.join();
+  done = true;
+  swapper.join();
+  platform::RunLoop::main().runUntilIdle();
+
+  EXPECT_EQ(completions, kThreads * kPerThread);
+  EXPECT_EQ(log.take().size(), std::size_t(kThreads * kPerThread - consumed));
+}
+
+TEST(NotificationsConcurrency, RefreshesFromBackgroundForegroundsSettleOnTheFinalStatus) {
+  NotificationEnvironment env;
+  auto manager = QzUserNotificationManager::create();
+  auto scheduler = QzLocalUserNotificationScheduler::create();
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([&env, t] {
+      for (int i = 0; i < 10; ++i) {
+        env.setStatus((i + t) % 2 ? UNAuthorizationStatus::authorized : UNAuthorizationStatus::provisional);
+        platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  NotificationEnvironment::settle(manager.get(), scheduler.get());
+  // Callbacks of the storm finish in any order; one quiet refresh afterwards decides.
+  env.setStatus(UNAuthorizationStatus::authorized);
+  platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
+  NotificationEnvironment::settle(manager.get(), scheduler.get());
+
+  EXPECT_EQ(manager->cachedSystemAuthorizationStatus(), UNAuthorizationStatus::authorized);
+  EXPECT_TRUE(manager->systemAllowsToUseNotifications());
+}
+
+}  // namespace
+}  // namespace aurimo
