@@ -31,11 +31,4 @@ TEST_F(AppSettingsStorageTest, OnboardingVersionRoundTripsThroughStandardDefault
   EXPECT_FALSE(defaults_->objectForKey(Links::kOnboardingVersionKey).has_value());
 }
 
-TEST_F(AppSettingsStorageTest, NonIntegerStoredValueReadsAsAbsent) {
-  defaults_->set("7", Links::kOnboardingVersionKey);
-  EXPECT_EQ(Links::onboardingVersion(), std::nullopt);
-  defaults_->set(7.5, Links::kOnboardingVersionKey);
-  EXPECT_EQ(Links::onboardingVersion(), std::nullopt);
-}
-
 }  // namespace

@@ -43,11 +43,22 @@ struct State {
   std::unordered_map<std::uint64_t, std::shared_ptr<Entry>> byId;         // guarded by mutex
   std::unordered_map<NotificationName, std::vector<std::shared_ptr<Entry>>> byName;  // guarded by mutex
 
-  // Unregisters `entry`; with `waitForOthers`, returns only once no other
-  // thread is inside its callback. The calling thread's own calls (self-removal)
-  // are not waited for.
-  void removeLocked(std::unique_lock<std::mutex>& lock, const std::shared_ptr<Entry>& entry,
-                    bool waitForOthers) {
+  // Drops registrations whose weak observer has died, in one pass per name.
+  void pruneLocked(const std::vector<std::shared_ptr<Entry>>& dead) {
+    for (const auto& entry : dead) {
+      if (entry->removed) continue;
+      entry->removed = true;
+      byId.erase(entry->id);
+    }
+    auto found = byName.find(dead.front()->name);
+    if (found == byName.end()) return;
+    std::erase_if(found->second, [](const std::shared_ptr<Entry>& entry) { return entry->removed; });
+    if (found->second.empty()) byName.erase(found);
+  }
+
+  // Unregisters `entry` and returns once no other thread is inside its
+  // callback. The calling thread's own calls (self-removal) are not waited for.
+  void removeLocked(std::unique_lock<std::mutex>& lock, const std::shared_ptr<Entry>& entry) {
     if (!entry->removed) {
       entry->removed = true;
       byId.erase(entry->id);
@@ -57,7 +68,6 @@ struct State {
         if (found->second.empty()) byName.erase(found);
       }
     }
-    if (!waitForOthers) return;
     const std::thread::id self = std::this_thread::get_id();
     callsFinished.wait(lock, [&] {
       return std::all_of(entry->callers.begin(), entry->callers.end(),
@@ -102,7 +112,7 @@ void ObserverToken::remove() {
   auto found = state->byId.find(id);
   if (found == state->byId.end()) return;
   std::shared_ptr<Entry> entry = found->second;
-  state->removeLocked(lock, entry, /*waitForOthers=*/true);
+  state->removeLocked(lock, entry);
 }
 
 NotificationCenter::NotificationCenter() : state_(std::make_shared<State>()) {}
@@ -143,7 +153,7 @@ void NotificationCenter::removeObserver(const void* observer) {
   for (const auto& [id, entry] : state.byId) {
     if (entry->weakOwner == observer) matching.push_back(entry);
   }
-  for (const auto& entry : matching) state.removeLocked(lock, entry, /*waitForOthers=*/true);
+  for (const auto& entry : matching) state.removeLocked(lock, entry);
 }
 
 void NotificationCenter::post(NotificationName name, const void* object, nlohmann::json userInfo) {
@@ -160,6 +170,7 @@ void NotificationCenter::post(NotificationName name, const void* object, nlohman
   }
 
   const std::thread::id self = std::this_thread::get_id();
+  std::vector<std::shared_ptr<Entry>> dead;
   for (const auto& entry : recipients) {
     {
       std::lock_guard lock(state->mutex);
@@ -182,10 +193,11 @@ void NotificationCenter::post(NotificationName name, const void* object, nlohman
       Leave leave{*state, *entry, self};
       alive = entry->delivery(notification);
     }
-    if (!alive) {
-      std::unique_lock lock(state->mutex);
-      state->removeLocked(lock, entry, /*waitForOthers=*/false);
-    }
+    if (!alive) dead.push_back(entry);
+  }
+  if (!dead.empty()) {
+    std::unique_lock lock(state->mutex);
+    state->pruneLocked(dead);
   }
 }
 

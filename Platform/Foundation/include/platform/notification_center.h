@@ -20,6 +20,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <nlohmann/json.hpp>
 
@@ -94,7 +95,12 @@ class NotificationCenter {
   // until then or until removeObserver(observer).
   template <class T>
   void addObserver(std::weak_ptr<T> observer, NotificationName name, const void* object,
-                   std::function<void(T&, const Notification&)> callback);
+                   std::type_identity_t<std::function<void(T&, const Notification&)>> callback);
+  template <class T>
+  void addObserver(const std::shared_ptr<T>& observer, NotificationName name, const void* object,
+                   std::type_identity_t<std::function<void(T&, const Notification&)>> callback) {
+    addObserver(std::weak_ptr<T>(observer), name, object, std::move(callback));
+  }
 
   // Drops every weak registration of `observer` (all names, all senders).
   void removeObserver(const void* observer);
@@ -117,7 +123,7 @@ class NotificationCenter {
 template <class T>
 void NotificationCenter::addObserver(std::weak_ptr<T> observer, NotificationName name,
                                      const void* object,
-                                     std::function<void(T&, const Notification&)> callback) {
+                                     std::type_identity_t<std::function<void(T&, const Notification&)>> callback) {
   const void* owner = observer.lock().get();
   if (owner == nullptr) return;
   add(name, object, owner,

@@ -1,0 +1,30 @@
+#pragma once
+// A fresh folder under $TMPDIR for one test, removed with everything in it.
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <sys/stat.h>
+
+namespace foundation_tests {
+
+struct TemporaryDirectory {
+  TemporaryDirectory() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "aurimo-test-XXXXXX").string();
+    root = ::mkdtemp(pattern.data());
+  }
+  ~TemporaryDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(root, ignored);
+  }
+  const std::filesystem::path& path() const { return root; }
+  std::filesystem::path root;
+};
+
+inline unsigned permissions(const std::filesystem::path& path) {
+  struct stat info{};
+  ::stat(path.c_str(), &info);
+  return info.st_mode & 0777;
+}
+
+}  // namespace foundation_tests
