@@ -8,6 +8,7 @@ void addAllCommands(CommandLine& commandLine) {
   addPayloadCommand(commandLine);
   addInfoCommand(commandLine);
   addDemoCommand(commandLine);
+  addNotificationsCommand(commandLine);
 }
 
 }  // namespace aurimo::tool

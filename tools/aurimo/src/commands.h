@@ -13,6 +13,7 @@ void addLinkCommand(CommandLine& commandLine);   // link URL [--activity-type T]
 void addPayloadCommand(CommandLine& commandLine);  // payload JSON
 void addInfoCommand(CommandLine& commandLine);   // info
 void addDemoCommand(CommandLine& commandLine);   // demo
+void addNotificationsCommand(CommandLine& commandLine);  // notifications ls
 
 // Every subcommand, in the order --help lists them; add new ones here.
 void addAllCommands(CommandLine& commandLine);

@@ -4,6 +4,7 @@ namespace aurimo::tool {
 
 void registerAllEvents(EventHost& host) {
   registerLinkEvents(host);
+  registerNotificationEvents(host);
 }
 
 }  // namespace aurimo::tool

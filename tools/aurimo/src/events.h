@@ -11,6 +11,10 @@ namespace aurimo::tool {
 // "link", "payload", "resetRoute": universal-link routing (link_events.cc).
 void registerLinkEvents(EventHost& host);
 
+// "foreground", "notificationSystem", "requestNotificationPermission",
+// "notificationTap", "trialReminder": notifications (notification_events.cc).
+void registerNotificationEvents(EventHost& host);
+
 // Every subsystem's events; add a subsystem's registration call here.
 void registerAllEvents(EventHost& host);
 
