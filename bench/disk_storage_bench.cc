@@ -203,6 +203,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     printRatio("setObject, 4 KiB (goal <= 1.3x)", "BM_StorageSet", "BM_RawSet");
     printRatio("setObject, 4 KiB, CPU time", "BM_StorageSet", "BM_RawSet", cpuTimes_);
     printRatio("entry, 4 KiB (goal <= 1.3x)", "BM_StorageRead", "BM_RawRead");
+    printRatio("entry, 4 KiB, CPU time", "BM_StorageRead", "BM_RawRead", cpuTimes_);
     printRatio("sweep of 100,000 files (goal <= 1.5x)", "BM_StorageSweep", "BM_RawSweep");
   }
 
