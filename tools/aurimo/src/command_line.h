@@ -39,6 +39,9 @@ class CommandLine {
   // the returned app. Options it does not know fall through to the global ones.
   CLI::App* addCommand(std::string name, std::string description, Action action);
 
+  // The top-level parser, for global options a subsystem needs (parsed before any action runs).
+  CLI::App& app() { return app_; }
+
   // Parses, applies the global options, runs the chosen action; returns the exit status.
   int run(int argc, char** argv);
 

@@ -79,8 +79,6 @@ TEST_F(AurimoCommandTest, RunAnswersEveryEventLineInOrder) {
   const std::vector<Step> steps = {
       {"# narration and blank lines get no answer", ""},
       {"", ""},
-      {R"({"event":"link","url":")" + base + R"(explore?identifier=a1"})",
-       R"({"event":"link","handled":true,"route":{"case":"explore","articleIdentifier":"a1"},"announcements":1,"onboardingVersion":null})"},
       {R"({"event":"link","url":")" + base + R"(explore"})",
        R"({"event":"link","handled":true,"route":{"case":"explore","articleIdentifier":null},"announcements":1,"onboardingVersion":null})"},
       {R"({"event":"link","url":")" + base + R"(onboarding?version=-3"})",
@@ -95,19 +93,13 @@ TEST_F(AurimoCommandTest, RunAnswersEveryEventLineInOrder) {
        R"({"event":"link","handled":true,"route":{"case":"homeTab"},"announcements":1,"onboardingVersion":-3})"},
       {R"({"event":"payload","payload":{"action":"open_app"}})",
        R"({"event":"payload","route":null,"announcements":0,"onboardingVersion":-3})"},
-      {R"({"event":"payload","payload":{"action":"home_tab"}})",
-       R"({"event":"payload","route":{"case":"homeTab"},"announcements":1,"onboardingVersion":-3})"},
       {R"({"event":"resetRoute"})", R"({"event":"resetRoute","route":null,"announcements":0,"onboardingVersion":-3})"},
       // Bytes that are not UTF-8 must not stop the run.
       {R"({"event":"link","url":")" + base + R"(explore?identifier=%FF"})",
        "{\"event\":\"link\",\"handled\":true,\"route\":{\"case\":\"explore\",\"articleIdentifier\":\"\xEF\xBF\xBD\"},"
        "\"announcements\":1,\"onboardingVersion\":-3}"},
       {R"({"event":"teleport"})", R"({"error":"unknown event \"teleport\""})"},
-      {R"({"url":"x"})", R"({"error":"\"event\" must be a string"})"},
-      {R"([1,2])", R"({"error":"an event must be a JSON object"})"},
       {R"({"event":"link"})", R"({"error":"link: \"url\" is missing"})"},
-      {R"({"event":"link","url":7})", R"({"error":"link: \"url\" must be a string"})"},
-      {R"({"event":"payload","payload":"home_tab"})", R"({"error":"payload: \"payload\" must be a JSON object"})"},
       {R"({"event":"resetRoute")", "{\"error\":\"invalid JSON: "},  // prefix: the parser's detail follows
       {R"({"event":"resetRoute"})", R"({"event":"resetRoute","route":null,"announcements":0,"onboardingVersion":-3})"},
   };
@@ -154,9 +146,6 @@ TEST_F(AurimoCommandTest, ShortcutsPrintTheRunAnswerAndLinkExitsByHandled) {
        0,
        R"({"event":"link","handled":true,"route":null,"announcements":0,"onboardingVersion":9223372036854775807})"},
       // The version written above persists in the data folder.
-      {{"link", base + "onboarding?version=9223372036854775808", "--data-dir", dataDir},
-       1,
-       R"({"event":"link","handled":false,"route":null,"announcements":0,"onboardingVersion":9223372036854775807})"},
       {{"link", base + "home_tab", "--activity-type", "com.aurimo.handoff", "--data-dir", dataDir},
        1,
        R"({"event":"link","handled":false,"route":null,"announcements":0,"onboardingVersion":9223372036854775807})"},
@@ -166,9 +155,6 @@ TEST_F(AurimoCommandTest, ShortcutsPrintTheRunAnswerAndLinkExitsByHandled) {
       {{"payload", R"({"action":"explore","explore_id":"a1"})", "--data-dir", dataDir},
        0,
        R"({"event":"payload","route":{"case":"explore","articleIdentifier":"a1"},"announcements":1,"onboardingVersion":9223372036854775807})"},
-      {{"payload", R"({"action":5})", "--data-dir", dataDir},
-       0,
-       R"({"event":"payload","route":null,"announcements":0,"onboardingVersion":9223372036854775807})"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.arguments[1]);
