@@ -53,9 +53,6 @@ TEST(Directories, DataDirectoryTakesSettingsAndStateOnly) {
   EXPECT_EQ(moved.caches, base.caches);
   EXPECT_EQ(moved.pictures, base.pictures);
   EXPECT_TRUE(Directories::withDataDirectory(base, "relative").settings.is_absolute());
-
-  platform::ScopedReplacement pin(Directories::slot(), std::make_shared<Directories>(moved));
-  EXPECT_EQ(Directories::current().settingsDirectory(), "/data/aurimo");
 }
 
 TEST(Directories, PrivateDirectoriesAre0700AndFailuresAreValues) {

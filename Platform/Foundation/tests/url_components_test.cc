@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/user_activity.h"
-
 namespace {
 
 using platform::URL;
@@ -87,12 +85,6 @@ TEST(URLComponents, BuildsPercentEncodedURLs) {
 
   support.setQueryItems(std::nullopt);
   EXPECT_EQ(support.string(), "https://support.aurimo.app/contact%20us");
-}
-
-TEST(UserActivity, CarriesTypeAndOptionalPage) {
-  platform::NSUserActivity activity{std::string(platform::NSUserActivityTypeBrowsingWeb), URL::fromString("https://h/")};
-  EXPECT_EQ(activity.activityType, "NSUserActivityTypeBrowsingWeb");
-  EXPECT_EQ(activity.webpageURL->absoluteString(), "https://h/");
 }
 
 }  // namespace

@@ -85,7 +85,6 @@ TEST_F(UserDefaultsTest, ReadersConvertBetweenScalarTypes) {
   } cases[] = {
       {true, true, 1, 1.0, "1"},
       {-7.9, true, -7, -7.9, "-7.9"},
-      {1e300, true, std::numeric_limits<std::int64_t>::max(), 1e300, "1e+300"},
       {"  42abc", true, 42, 42.0, "  42abc"},
       {"YES", true, 0, 0.0, "YES"},
       {"99999999999999999999", true, std::numeric_limits<std::int64_t>::max(), 1e20, "99999999999999999999"},

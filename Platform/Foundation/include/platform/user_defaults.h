@@ -7,8 +7,8 @@
 // "<name>.corrupt-<unix seconds>", reported once on stderr, and the store
 // starts empty. Default-constructed stores live in memory only (tests).
 //
-// Values: bool, int64, double, string, Data (tagged base64 in the file, so it
-// reads back as Data) or any JSON through setObject().
+// Values: bool, int64, double, string, Data (written as {"$base64": "..."} so
+// it reads back as Data) or any JSON through setObject().
 //
 // Thread contract: every member is safe from any thread.
 //
