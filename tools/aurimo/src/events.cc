@@ -4,6 +4,7 @@ namespace aurimo::tool {
 
 void registerAllEvents(EventHost& host) {
   registerLinkEvents(host);
+  registerMediaEvents(host);
   registerNotificationEvents(host);
 }
 

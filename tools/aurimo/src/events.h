@@ -15,6 +15,10 @@ void registerLinkEvents(EventHost& host);
 // "notificationTap", "trialReminder": notifications (notification_events.cc).
 void registerNotificationEvents(EventHost& host);
 
+// "photoPermission", "savePhoto", "imageCacheWrite", "imageCacheRead": the
+// photo library and the image cache (media_events.cc).
+void registerMediaEvents(EventHost& host);
+
 // Every subsystem's events; add a subsystem's registration call here.
 void registerAllEvents(EventHost& host);
 
