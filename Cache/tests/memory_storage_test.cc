@@ -155,6 +155,12 @@ TEST_F(MemoryStorageTest, ReadingAnotherValueTypeFromASharedCacheIsTypeNotMatch)
   EXPECT_FALSE(ints.existsObject("k"));
   EXPECT_TRUE(ints.isExpiredObject("k"));
   EXPECT_EQ(readError(ints, "other"), StorageError::notFound);
+
+  // Rewriting an object another storage wrote still records the key here.
+  MemoryStorage<std::string, std::string> otherTexts(unlimited(), shared);
+  otherTexts.setObject("again", "k");
+  EXPECT_EQ(sortedKeys(otherTexts), std::vector<std::string>{"k"});
+  EXPECT_EQ(texts.object("k"), "again");
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 //   const int* answer = std::any_cast<int>(&capsule.object);
 
 #include <any>
+#include <cstdint>
 
 #include "cache/expiry.h"
 
@@ -17,6 +18,9 @@ namespace cache {
 struct MemoryCapsule {
   std::any object;
   Expiry expiry;  // always the `date` kind
+  // Identifies the storage that wrote it, which lets a rewrite by the same
+  // storage skip re-inserting a key it is known to hold already.
+  std::uint64_t writer = 0;
 };
 
 }  // namespace cache

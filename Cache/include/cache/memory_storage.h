@@ -14,6 +14,7 @@
 //   storage.setObject(42, "answer");  int answer = storage.object("answer");
 
 #include <any>
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -36,6 +37,14 @@
 namespace cache {
 
 // The cache behind memory storages of one key type, whatever their values.
+namespace internal {
+// Never 0, never reused within the process.
+inline std::uint64_t nextMemoryStorageId() {
+  static std::atomic<std::uint64_t> next{1};
+  return next.fetch_add(1, std::memory_order_relaxed);
+}
+}  // namespace internal
+
 template <class Key>
 using MemoryCache = internal::BoundedCache<Key, MemoryCapsule>;
 
@@ -72,6 +81,18 @@ class MemoryStorage final : public StorageAware<Key, Value> {
     return std::move(*found);
   }
 
+  // entry() without the exception, for read paths where misses are common:
+  // absent when no object of this value type is held under the key.
+  std::optional<Entry<Value>> entryIfPresent(const Key& key) {
+    std::optional<Entry<Value>> found;
+    cache_->read(key, [&](const MemoryCapsule& capsule) {
+      if (const Value* object = std::any_cast<Value>(&capsule.object)) {
+        found.emplace(Entry<Value>{*object, capsule.expiry, std::nullopt});
+      }
+    });
+    return found;
+  }
+
   void removeObject(const Key& key) override {
     cache_->withLock([&](typename MemoryCache<Key>::Locked& cache) {
       cache.removeObject(key);
@@ -85,7 +106,10 @@ class MemoryStorage final : public StorageAware<Key, Value> {
     cache_->withLock([&](typename MemoryCache<Key>::Locked& cache) {
       // Rewriting a key with a value of the same type copies into the held
       // object instead of allocating a new one; readers copy under the same
-      // lock, so they never see it half-written.
+      // lock, so they never see it half-written. An object this storage wrote
+      // and still holds means its key is in keys_: keys only leave together
+      // with their objects.
+      bool keyKept = false;
       cache.setObjectReusing(
           key, 0,
           [&](MemoryCapsule& held) {
@@ -93,10 +117,12 @@ class MemoryStorage final : public StorageAware<Key, Value> {
             if (!current) return false;
             *current = object;
             held.expiry = resolved;
+            keyKept = held.writer == id_;
+            held.writer = id_;
             return true;
           },
-          [&] { return MemoryCapsule{std::any(object), resolved}; });
-      keys_->insert(key);
+          [&] { return MemoryCapsule{std::any(object), resolved, id_}; });
+      if (!keyKept) keys_->insert(key);
     });
   }
 
@@ -161,6 +187,7 @@ class MemoryStorage final : public StorageAware<Key, Value> {
   }
 
   MemoryConfig config_;
+  std::uint64_t id_ = internal::nextMemoryStorageId();  // tags the capsules this storage writes
   std::shared_ptr<MemoryCache<Key>> cache_;  // thread-safe; its mutex also guards keys_
   // Behind a pointer so the storage can move; guarded by cache_'s mutex.
   std::unique_ptr<std::unordered_set<Key>> keys_;
