@@ -73,11 +73,8 @@ class HybridStorage final : public StorageAware<Key, Value>,
   // Memory first, expired or not; on a miss the disk entry (with its file
   // path), after copying it into memory with the file's expiry date.
   Entry<Value> entry(const Key& key) override {
-    try {
-      return memoryStorage_.entry(key);
-    } catch (const StorageError&) {
-      // notFound or typeNotMatch: the disk decides.
-    }
+    // Misses are the common case of a cold cache; they cost no exception.
+    if (auto held = memoryStorage_.entryIfPresent(key)) return std::move(*held);
     Entry<Value> entry = diskStorage_.entry(key);
     memoryStorage_.setObject(entry.object, key, entry.expiry);
     return entry;
