@@ -21,8 +21,7 @@ struct StorageDefinition {
 };
 
 constexpr StorageDefinition kImageCache{CacheHelper::kImageCacheName, CacheHelper::kImageCacheMaxSize, 15};
-constexpr StorageDefinition kUserImageCache{CacheHelper::kUserImageCacheName, CacheHelper::kUserImageCacheMaxSize,
-                                            23};
+constexpr StorageDefinition kUserImageCache{CacheHelper::kUserImageCacheName, CacheHelper::kUserImageCacheMaxSize, 23};
 
 [[noreturn]] void fatal(const char* error, int line) {
   std::fprintf(stderr, "Fatal error: %s: file AppContext/CacheHelper, line %d\n", error, line);
@@ -31,8 +30,8 @@ constexpr StorageDefinition kUserImageCache{CacheHelper::kUserImageCacheName, Ca
 
 std::shared_ptr<DataStorage> makeStorage(const StorageDefinition& definition) {
   try {
-    return DataStorage::create(cache::DiskConfig(std::string(definition.name), cache::Expiry::never,
-                                                 definition.maxSize, std::nullopt, std::nullopt),
+    return DataStorage::create(cache::DiskConfig(std::string(definition.name), cache::Expiry::never, definition.maxSize,
+                                                 std::nullopt, std::nullopt),
                                cache::MemoryConfig(cache::Expiry::never, 0, 0), cache::TransformerFactory::forData());
   } catch (const std::exception& error) {
     fatal(error.what(), definition.line);
@@ -59,7 +58,7 @@ class LazyStorage {
  private:
   const StorageDefinition& definition_;
   std::unique_ptr<std::once_flag> once_ = std::make_unique<std::once_flag>();  // replaced only by reset()
-  std::shared_ptr<DataStorage> storage_;                                     // set once under *once_
+  std::shared_ptr<DataStorage> storage_;                                       // set once under *once_
 };
 
 // Never destroyed: queued blocks may still be running while the process exits.
@@ -86,14 +85,18 @@ CacheHelper::DataStorage& CacheHelper::storage(std::string_view key) {
 }
 
 void CacheHelper::read(const std::string& key, ReadCompletion completion) {
-  storage(key).async().object(key, [completion = std::move(completion)](cache::Result<platform::Data> result) {
+  using Outcome = cache::Result<cache::Entry<platform::Data>>;
+  auto deliver = [completion = std::move(completion)](Outcome outcome) {
     if (!completion) return;
-    if (result.isValue()) {
-      completion(std::move(result).get());
+    if (outcome.isValue()) {
+      completion(std::move(outcome).get().object);
     } else {
       completion(std::nullopt);
     }
-  });
+  };
+  // object(key) is entry(key) mapped to the object; going to the entry directly
+  // fails alike but moves the bytes out instead of copying them.
+  storage(key).async().entry(key, std::move(deliver));
 }
 
 void CacheHelper::write(const platform::Data& data, const std::string& key) {

@@ -2,16 +2,15 @@
 // temporary XDG folders.
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 namespace {
 
@@ -43,12 +42,13 @@ class MediaEventsTest : public ::testing::Test {
     std::string input;
     for (const std::string& event : events) input += event + "\n";
     std::ofstream(root_ / "stdin") << input;
-    const std::string command =
-        "HOME=" + quoted(root_.string()) + " XDG_CONFIG_HOME=" + quoted((root_ / "config").string()) +
-        " XDG_STATE_HOME=" + quoted((root_ / "state").string()) + " XDG_CACHE_HOME=" + quoted((root_ / "cache").string()) +
-        " XDG_PICTURES_DIR=" + quoted((root_ / "pictures").string()) + " " + AURIMO_BINARY + " run <" +
-        quoted((root_ / "stdin").string()) + " >" + quoted((root_ / "stdout").string()) + " 2>" +
-        quoted((root_ / "stderr").string());
+    const std::string command = "HOME=" + quoted(root_.string()) +
+                                " XDG_CONFIG_HOME=" + quoted((root_ / "config").string()) +
+                                " XDG_STATE_HOME=" + quoted((root_ / "state").string()) +
+                                " XDG_CACHE_HOME=" + quoted((root_ / "cache").string()) +
+                                " XDG_PICTURES_DIR=" + quoted((root_ / "pictures").string()) + " " + AURIMO_BINARY +
+                                " run <" + quoted((root_ / "stdin").string()) + " >" +
+                                quoted((root_ / "stdout").string()) + " 2>" + quoted((root_ / "stderr").string());
     const int raw = std::system(command.c_str());
     EXPECT_TRUE(WIFEXITED(raw) && WEXITSTATUS(raw) == 0);
     EXPECT_EQ(slurp(root_ / "stderr"), "");
@@ -77,11 +77,19 @@ const std::string kPng = std::string("\x89PNG\r\n\x1a\n", 8) + std::string(24, '
 TEST_F(MediaEventsTest, PhotoPermissionDecidesWhetherASaveLeavesAPhotoWithTheExactBytes) {
   const std::string png = write("in.png", kPng).string();
   const std::string save = R"({"event":"savePhoto","file":")" + png + R"("})";
-  auto permission = [](const std::string& answer) { return R"({"event":"photoPermission","answer":")" + answer + R"("})"; };
+  auto permission = [](const std::string& answer) {
+    return R"({"event":"photoPermission","answer":")" + answer + R"("})";
+  };
   const std::vector<nlohmann::json> answers = run({
       save,  // undecided: refused
-      permission("denied"), save, permission("limited"), save, permission("notDetermined"), permission("restricted"),
-      permission("authorized"), permission("always"),
+      permission("denied"),
+      save,
+      permission("limited"),
+      save,
+      permission("notDetermined"),
+      permission("restricted"),
+      permission("authorized"),
+      permission("always"),
   });
   ASSERT_EQ(answers.size(), 9u);
 
@@ -132,7 +140,8 @@ TEST_F(MediaEventsTest, ImageCacheWritesLandInTheRoutedStorageAndSurviveARestart
   EXPECT_EQ(fs::path(first[1]["cacheFile"].get<std::string>()).parent_path(), caches / "ImageCache");
   EXPECT_EQ(slurp(first[1]["cacheFile"].get<std::string>()), "hi");
   const std::vector<std::string> firstLines = lines_;
-  EXPECT_EQ(firstLines[2], R"({"event":"imageCacheRead","key":"image/42.jpg","storage":"UserImageCache","bytes":4096})");
+  EXPECT_EQ(firstLines[2],
+            R"({"event":"imageCacheRead","key":"image/42.jpg","storage":"UserImageCache","bytes":4096})");
   EXPECT_EQ(first[3]["bytes"], nullptr) << "the prefix is part of the key";
 
   // A new process reads from disk.
