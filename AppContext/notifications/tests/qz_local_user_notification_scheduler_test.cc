@@ -32,72 +32,35 @@ Date local(int year, int month, int day, int hour, int minute, int second = 0) {
       DateComponents{.year = year, .month = month, .day = day, .hour = hour, .minute = minute, .second = second});
 }
 
-TEST(QzLocalUserNotificationScheduler, UpdateReplacesDiscountRemindersOnlyWhenAuthorized) {
+TEST(QzLocalUserNotificationScheduler, UpdatesReplaceDiscountRemindersOnlyWhenAuthorized) {
   using Status = UNAuthorizationStatus;
-  for (Status status : {Status::notDetermined, Status::denied, Status::authorized, Status::provisional,
-                        Status::ephemeral}) {
+  for (Status status : {Status::notDetermined, Status::denied, Status::authorized, Status::provisional, Status::ephemeral}) {
     SCOPED_TRACE(int(status));
     NotificationEnvironment env;
     env.setStatus(status);
-    add(request("discount-1", "DiscountReminder"));
-    add(request("trial_expiration_reminder", "TrialExpirationReminder"));
-    add(request("other", "Other"));
-    add(request("discount-2", "DiscountReminder"));
-    add(request("near-miss", "discountReminder"));
-
+    const std::vector<std::string> before{"discount-1", "trial_expiration_reminder", "other", "discount-2", "near-miss"};
+    for (const char* category : {"DiscountReminder", "TrialExpirationReminder", "Other", "DiscountReminder", "discountReminder"}) {
+      add(request(before[NotificationEnvironment::pending().size()], category));
+    }
     auto scheduler = QzLocalUserNotificationScheduler::create();
-    std::atomic<int> discounts{0};
+    std::atomic<int> discounts{0}, completions{0};
     scheduler->setScheduleDiscount([&] {
-      EXPECT_FALSE(platform::DispatchQueue::isMainThread());
       ++discounts;
       add(request("discount-fresh", "DiscountReminder"));
     });
-    std::atomic<int> completions{0};
     scheduler->updateSchedule([&] { ++completions; });
+    // Triggered by the foreground and by a permission change, without a completion.
+    platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
+    platform::NotificationCenter::defaultCenter().post(
+        QzUserNotificationManager::systemAllowsToUseNotificationsValueDidChangeNotification());
     scheduler->waitUntilIdle();
 
     EXPECT_EQ(completions, 1);
     const bool authorized = status == Status::authorized;
-    EXPECT_EQ(discounts, authorized ? 1 : 0);
-    const std::vector<std::string> expected =
-        authorized ? std::vector<std::string>{"trial_expiration_reminder", "other", "near-miss", "discount-fresh"}
-                   : std::vector<std::string>{"discount-1", "trial_expiration_reminder", "other", "discount-2",
-                                              "near-miss"};
-    EXPECT_EQ(NotificationEnvironment::pendingIdentifiers(), expected);
+    EXPECT_EQ(discounts, authorized ? 3 : 0);
+    const std::vector<std::string> after{"trial_expiration_reminder", "other", "near-miss", "discount-fresh"};
+    EXPECT_EQ(NotificationEnvironment::pendingIdentifiers(), authorized ? after : before);
   }
-}
-
-TEST(QzLocalUserNotificationScheduler, ForegroundAndPermissionBroadcastsStartAnUpdateWhileAlive) {
-  NotificationEnvironment env;
-  env.setStatus(UNAuthorizationStatus::authorized);
-  auto scheduler = QzLocalUserNotificationScheduler::create();
-  std::atomic<int> discounts{0};
-  scheduler->setScheduleDiscount([&] { ++discounts; });
-  auto& broadcasts = platform::NotificationCenter::defaultCenter();
-
-  broadcasts.post(platform::UIApplication::willEnterForegroundNotification());
-  scheduler->waitUntilIdle();
-  EXPECT_EQ(discounts, 1);
-  broadcasts.post(QzUserNotificationManager::systemAllowsToUseNotificationsValueDidChangeNotification(), nullptr,
-                  {{"new", true}});
-  scheduler->waitUntilIdle();
-  EXPECT_EQ(discounts, 2);
-
-  // Without a closure an update still completes, and removes the discount reminders.
-  scheduler->setScheduleDiscount(nullptr);
-  add(request("discount", "DiscountReminder"));
-  std::atomic<int> completions{0};
-  scheduler->updateSchedule([&] { ++completions; });
-  scheduler->waitUntilIdle();
-  EXPECT_EQ(completions, 1);
-  EXPECT_TRUE(NotificationEnvironment::pending().empty());
-
-  const std::weak_ptr<QzLocalUserNotificationScheduler> gone = scheduler;
-  scheduler.reset();
-  EXPECT_TRUE(gone.expired());
-  broadcasts.post(platform::UIApplication::willEnterForegroundNotification());
-  broadcasts.post(QzUserNotificationManager::systemAllowsToUseNotificationsValueDidChangeNotification());
-  EXPECT_EQ(broadcasts.observerCount(), 0u) << "its registrations go with it";
 }
 
 struct ReminderCase {

@@ -3,121 +3,78 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "notification_environment.h"
 #include "platform/application.h"
-#include "platform/user_defaults.h"
 
 namespace aurimo {
 namespace {
 
 using platform::NotificationPermissionAnswer;
-using platform::UNAuthorizationStatus;
-using testing_env::Broadcast;
-using testing_env::BroadcastLog;
+using platform::UserDefaults;
 using testing_env::NotificationEnvironment;
-using Status = UNAuthorizationStatus;
+using Status = platform::UNAuthorizationStatus;
 
 constexpr const char* kAllowsKey = "QzUserNotificationManager.systemAllowsToUseNotificationsValueDidChangeNotification";
 constexpr const char* kStatusKey = "QzUserNotificationManager.cachedSystemAuthorizationStatus";
-const std::string kChanged = "QzUserNotificationManager.systemAllowsToUseNotificationsValueDidChangeNotification";
-const std::string kSetup = "QzUserNotificationManager.didInitialSetupNotificationsPermissonsOrChanged";
-const std::string kRequested = "QzUserNotificationManager.didRequestAuthorizationNotification";
-const std::string kPush = "QzUserNotificationManager.userGetPushNotification";
-const std::string kOpens = "QzUserNotificationManager.userNotificationOpensAppNotification";
 
-// "name userInfo" lines, so a mismatch shows the whole sequence.
-std::vector<std::string> describe(const std::vector<Broadcast>& broadcasts) {
-  std::vector<std::string> lines;
-  for (const Broadcast& b : broadcasts) lines.push_back(b.name + " " + b.userInfo.dump());
-  return lines;
+std::string changed(bool value) { return std::string(kAllowsKey) + " {\"new\":" + (value ? "true}" : "false}"); }
+std::string setup(bool value) {
+  return std::string("QzUserNotificationManager.didInitialSetupNotificationsPermissonsOrChanged {\"authStatus\":") +
+         (value ? "true}" : "false}");
+}
+std::string requested(bool value) {
+  return std::string("QzUserNotificationManager.didRequestAuthorizationNotification {\"authStatus\":") +
+         (value ? "true}" : "false}");
 }
 
-std::string line(const std::string& name, nlohmann::json userInfo) { return name + " " + userInfo.dump(); }
+void foreground() {
+  platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
+}
 
-platform::UNNotificationResponse tap(std::string category, std::shared_ptr<const platform::UNNotificationTrigger> trigger = nullptr) {
+platform::UNNotification notification(std::string category, std::shared_ptr<const platform::UNNotificationTrigger> trigger) {
   platform::UNMutableNotificationContent content;
   content.categoryIdentifier = std::move(category);
-  return {platform::UNNotification{platform::Clock::current().now(),
-                                   platform::UNNotificationRequest("id", content, std::move(trigger))}};
+  return {platform::Date{}, platform::UNNotificationRequest("id", content, std::move(trigger))};
 }
 
-class QzUserNotificationManagerTest : public testing::Test {
- protected:
-  std::shared_ptr<QzUserNotificationManager> start() {
-    auto manager = QzUserNotificationManager::create();
-    NotificationEnvironment::settle(manager.get());
-    return manager;
-  }
-
-  NotificationEnvironment env_;
-  BroadcastLog log_;
-};
-
-TEST_F(QzUserNotificationManagerTest, RefreshStoresTheStatusAndBroadcastsOnlyChangesOfAuthorized) {
+TEST(QzUserNotificationManager, RefreshStoresTheStatusAndBroadcastsOnlyAChangeOfAuthorized) {
   struct Case {
-    std::optional<bool> storedBefore;  // nullopt: first launch, key absent
+    std::optional<bool> stored;  // nullopt: first launch
     Status status;
-    bool allowed;
-    bool broadcasts;
+    std::vector<std::string> broadcasts;
   };
   const Case cases[] = {
-      {std::nullopt, Status::notDetermined, false, false}, {std::nullopt, Status::denied, false, false},
-      {std::nullopt, Status::authorized, true, true},      {std::nullopt, Status::provisional, false, false},
-      {std::nullopt, Status::ephemeral, false, false},     {true, Status::authorized, true, false},
-      {true, Status::provisional, false, true},            {true, Status::ephemeral, false, true},
-      {true, Status::denied, false, true},
+      {std::nullopt, Status::notDetermined, {}}, {std::nullopt, Status::denied, {}},
+      {std::nullopt, Status::provisional, {}},   {std::nullopt, Status::ephemeral, {}},
+      {std::nullopt, Status::authorized, {changed(true), setup(true)}}, {true, Status::authorized, {}},
+      {true, Status::provisional, {changed(false), setup(false)}},     {true, Status::ephemeral, {changed(false), setup(false)}},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << "status " << int(c.status) << " stored " << c.storedBefore.value_or(false));
-    platform::UserDefaults::standard().removeObjectForKey(kAllowsKey);
-    if (c.storedBefore) platform::UserDefaults::standard().set(*c.storedBefore, kAllowsKey);
-    env_.setStatus(c.status);
-    auto manager = start();
-
-    EXPECT_EQ(platform::UserDefaults::standard().integerForKey(kStatusKey), int(c.status));
-    EXPECT_EQ(platform::UserDefaults::standard().boolForKey(kAllowsKey), c.allowed);
-    EXPECT_EQ(manager->cachedSystemAuthorizationStatus(), c.status);
-    std::vector<std::string> expected;
-    if (c.broadcasts) expected = {line(kChanged, {{"new", c.allowed}}), line(kSetup, {{"authStatus", c.allowed}})};
-    const std::vector<Broadcast> got = log_.take();
-    EXPECT_EQ(describe(got), expected);
-    for (const Broadcast& b : got) EXPECT_EQ(b.object, manager.get());
-
-    // Coming back to the foreground with nothing changed posts nothing.
-    platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
-    NotificationEnvironment::settle(manager.get());
-    EXPECT_TRUE(log_.take().empty());
+    SCOPED_TRACE(int(c.status));
+    NotificationEnvironment env;
+    if (c.stored) UserDefaults::standard().set(*c.stored, kAllowsKey);
+    env.setStatus(c.status);
+    auto manager = QzUserNotificationManager::create();
+    env.settle(manager.get());
+    EXPECT_EQ(UserDefaults::standard().integerForKey(kStatusKey), int(c.status));
+    EXPECT_EQ(UserDefaults::standard().boolForKey(kAllowsKey), c.status == Status::authorized);
+    EXPECT_EQ(env.broadcasts(), c.broadcasts);
+    foreground();  // nothing changed since
+    env.settle(manager.get());
+    EXPECT_TRUE(env.broadcasts().empty());
+    env.setStatus(c.status == Status::authorized ? Status::denied : Status::authorized);
+    foreground();
+    env.settle(manager.get());
+    EXPECT_EQ(env.broadcasts().size(), 2u);
   }
 }
 
-TEST_F(QzUserNotificationManagerTest, ForegroundRefreshPicksUpAChangeMadeInTheSystemSettings) {
-  env_.setStatus(Status::authorized);
-  auto manager = start();
-  log_.take();
-
-  env_.setStatus(Status::denied);
-  platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
-  NotificationEnvironment::settle(manager.get());
-  EXPECT_EQ(describe(log_.take()), (std::vector{line(kChanged, {{"new", false}}), line(kSetup, {{"authStatus", false}})}));
-  EXPECT_EQ(manager->cachedSystemAuthorizationStatus(), Status::denied);
-
-  // A manager that is gone no longer refreshes.
-  manager.reset();
-  env_.setStatus(Status::authorized);
-  platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
-  NotificationEnvironment::settle(nullptr);
-  EXPECT_TRUE(log_.take().empty());
-}
-
-TEST_F(QzUserNotificationManagerTest, RequestStoresTheAnswerAndBroadcastsAfterTheCompletion) {
+TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompletion) {
   struct Case {
     Status before;
     std::optional<NotificationPermissionAnswer> answer;  // nullopt: the user is not asked
-    bool storedBefore;
+    bool stored;
     bool granted;
     Status after;
   };
@@ -125,195 +82,140 @@ TEST_F(QzUserNotificationManagerTest, RequestStoresTheAnswerAndBroadcastsAfterTh
       {Status::notDetermined, NotificationPermissionAnswer::allow, false, true, Status::authorized},
       {Status::notDetermined, NotificationPermissionAnswer::deny, false, false, Status::denied},
       {Status::notDetermined, NotificationPermissionAnswer::deny, true, false, Status::denied},
-      {Status::denied, std::nullopt, false, false, Status::denied},
+      {Status::denied, std::nullopt, true, false, Status::denied},
       {Status::authorized, std::nullopt, true, true, Status::authorized},
       {Status::provisional, NotificationPermissionAnswer::allow, false, true, Status::authorized},
-      // Ephemeral delivery counts as granted by the platform, and the stored value follows the answer.
-      {Status::ephemeral, std::nullopt, false, true, Status::ephemeral},
+      {Status::ephemeral, std::nullopt, false, true, Status::ephemeral},  // the platform grants ephemeral
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << "before " << int(c.before) << " stored " << c.storedBefore);
-    env_.setStatus(c.before);
-    auto manager = start();
-    platform::UserDefaults::standard().set(c.storedBefore, kAllowsKey);
-    log_.take();
-    const std::size_t askedBefore = env_.prompt->asked().size();
-    if (c.answer) env_.prompt->push(*c.answer);
+    SCOPED_TRACE(int(c.before));
+    NotificationEnvironment env;
+    env.setStatus(c.before);
+    auto manager = QzUserNotificationManager::create();
+    env.settle(manager.get());
+    UserDefaults::standard().set(c.stored, kAllowsKey);
+    env.broadcasts();
+    if (c.answer) env.prompt->push(*c.answer);
 
-    std::vector<std::string> events;
-    auto token = platform::NotificationCenter::defaultCenter().addObserver(
-        QzUserNotificationManager::didRequestAuthorizationNotification(), nullptr,
-        [&](const platform::Notification&) { events.push_back("broadcast"); });
-    int calls = 0;
+    std::vector<std::string> order;
     manager->requestAuthorization([&](bool granted, std::optional<platform::UNError> error) {
-      ++calls;
       EXPECT_TRUE(platform::DispatchQueue::isMainThread());
       EXPECT_EQ(granted, c.granted);
-      EXPECT_FALSE(error.has_value());
-      events.push_back("completion");
+      EXPECT_FALSE(error);
+      order = env.broadcasts();
+      order.push_back("completion");
     });
-    NotificationEnvironment::settle(manager.get());
+    env.settle(manager.get());
 
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(events, (std::vector<std::string>{"completion", "broadcast"}));
-    EXPECT_EQ(env_.prompt->asked().size() - askedBefore, c.answer ? 1u : 0u);
+    EXPECT_EQ(order, std::vector<std::string>{"completion"}) << "broadcasts come after the caller's answer";
+    ASSERT_EQ(env.prompt->asked().size(), c.answer ? 1u : 0u);
     if (c.answer) {
-      EXPECT_EQ(env_.prompt->asked().back().rawValue, 7u);
+      EXPECT_EQ(env.prompt->asked()[0].rawValue, 7u);
     }
     EXPECT_EQ(manager->cachedSystemAuthorizationStatus(), c.after);
     EXPECT_EQ(manager->systemAllowsToUseNotifications(), c.granted);
-    std::vector<std::string> expected;
-    if (c.granted != c.storedBefore) expected.push_back(line(kChanged, {{"new", c.granted}}));
-    expected.push_back(line(kRequested, {{"authStatus", c.granted}}));
-    expected.push_back(line(kSetup, {{"authStatus", c.granted}}));
-    EXPECT_EQ(describe(log_.take()), expected);
+    std::vector<std::string> expected{requested(c.granted), setup(c.granted)};
+    if (c.granted != c.stored) expected.insert(expected.begin(), changed(c.granted));
+    EXPECT_EQ(env.broadcasts(), expected);
   }
 }
 
-TEST_F(QzUserNotificationManagerTest, RequestErrorIsReportedAndChangesNothing) {
-  std::ofstream(env_.root() / "blocked") << "a file where the state folder should be";
-  env_.restartCenter(env_.root() / "blocked");
+TEST(QzUserNotificationManager, RequestIfPossibleAsksOnlyAnUndecidedUserAndSwallowsErrors) {
+  const std::pair<Status, bool> cases[] = {{Status::authorized, true}, {Status::notDetermined, true},
+                                           {Status::denied, false},    {Status::provisional, false},
+                                           {Status::ephemeral, false}};
+  for (bool failingStore : {false, true}) {
+    for (const auto& [status, possible] : cases) {
+      SCOPED_TRACE(testing::Message() << int(status) << (failingStore ? " failing store" : ""));
+      NotificationEnvironment env;
+      if (failingStore) {
+        std::ofstream(env.root() / "file") << "not a folder";
+        env.restartCenter(env.root() / "file");
+      }
+      env.setStatus(status);
+      env.prompt->push(NotificationPermissionAnswer::deny);  // even a refusal counts as possible
+      auto manager = QzUserNotificationManager::create();
+      std::vector<bool> results;
+      manager->requestAuthorizationIfPossible([&](bool answer) { results.push_back(answer); });
+      env.settle(manager.get());
+      EXPECT_EQ(results, std::vector<bool>{possible});
+      EXPECT_EQ(env.prompt->asked().size(), status == Status::notDetermined ? 1u : 0u);
+    }
+    if (!failingStore) continue;
+    // requestAuthorization reports the error and changes nothing.
+    NotificationEnvironment env;
+    std::ofstream(env.root() / "file") << "not a folder";
+    env.restartCenter(env.root() / "file");
+    env.prompt->push(NotificationPermissionAnswer::allow);
+    auto manager = QzUserNotificationManager::create();
+    env.settle(manager.get());
+    std::optional<platform::UNError> failure;
+    manager->requestAuthorization([&](bool granted, std::optional<platform::UNError> error) {
+      EXPECT_FALSE(granted);
+      failure = error;
+    });
+    env.settle(manager.get());
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->code, platform::UNError::Code::storageFailed);
+    EXPECT_TRUE(env.broadcasts().empty());
+    EXPECT_FALSE(manager->systemAllowsToUseNotifications());
+  }
+}
+
+TEST(QzUserNotificationManager, ForegroundPresentationAndTaps) {
+  NotificationEnvironment env;
   auto manager = QzUserNotificationManager::create();
-  NotificationEnvironment::settle(manager.get());
-  log_.take();
-  env_.prompt->push(NotificationPermissionAnswer::allow);
-
-  int calls = 0;
-  manager->requestAuthorization([&](bool granted, std::optional<platform::UNError> error) {
-    ++calls;
-    EXPECT_FALSE(granted);
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(error->code, platform::UNError::Code::storageFailed);
-  });
-  NotificationEnvironment::settle(manager.get());
-  std::vector<bool> possible;
-  manager->requestAuthorizationIfPossible([&](bool answer) { possible.push_back(answer); });
-  NotificationEnvironment::settle(manager.get());
-
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(possible, std::vector<bool>{true}) << "errors are swallowed when asking if possible";
-  EXPECT_EQ(manager->cachedSystemAuthorizationStatus(), Status::notDetermined) << "written by the start-up refresh only";
-  EXPECT_FALSE(manager->systemAllowsToUseNotifications());
-  EXPECT_TRUE(log_.take().empty());
-}
-
-TEST_F(QzUserNotificationManagerTest, RequestIfPossibleAsksOnlyAnUndecidedUser) {
-  struct Case {
-    Status status;
-    bool result;
-    bool asks;
-  };
-  const Case cases[] = {
-      {Status::authorized, true, false}, {Status::notDetermined, true, true}, {Status::denied, false, false},
-      {Status::provisional, false, false}, {Status::ephemeral, false, false},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(int(c.status));
-    env_.setStatus(c.status);
-    auto manager = start();
-    log_.take();
-    // Even a refusal counts as "possible" once the user was asked.
-    env_.prompt->push(NotificationPermissionAnswer::deny);
-    const std::size_t askedBefore = env_.prompt->asked().size();
-    std::vector<bool> results;
-    manager->requestAuthorizationIfPossible([&](bool possible) {
-      EXPECT_TRUE(platform::DispatchQueue::isMainThread());
-      results.push_back(possible);
+  env.settle(manager.get());
+  const std::string push = "QzUserNotificationManager.userGetPushNotification null";
+  const std::pair<std::shared_ptr<const platform::UNNotificationTrigger>, std::uint32_t> presentations[] = {
+      {std::make_shared<platform::UNPushNotificationTrigger>(), 18},
+      {std::make_shared<platform::UNCalendarNotificationTrigger>(platform::DateComponents{.hour = 9}, false), 16},
+      {nullptr, 16}};
+  for (const auto& [trigger, options] : presentations) {
+    std::vector<std::string> seen;
+    env.center().presentNotification(notification("", trigger), [&](platform::UNNotificationPresentationOptions o) {
+      EXPECT_EQ(o.rawValue, options);
+      seen.push_back("completion");
     });
-    NotificationEnvironment::settle(manager.get());
-    EXPECT_EQ(results, std::vector<bool>{c.result});
-    EXPECT_EQ(env_.prompt->asked().size() - askedBefore, c.asks ? 1u : 0u);
-    const std::vector<Broadcast> broadcasts = log_.take();
-    EXPECT_EQ(broadcasts.empty(), !c.asks);
+    seen.push_back(env.broadcasts().at(0));  // posted on this thread, after the completion
+    EXPECT_EQ(seen, (std::vector<std::string>{"completion", push}));
   }
-}
 
-TEST_F(QzUserNotificationManagerTest, ForegroundPresentationShowsPushWithSoundAndAnnouncesEveryNotification) {
-  auto manager = start();
-  struct Case {
-    const char* name;
-    std::shared_ptr<const platform::UNNotificationTrigger> trigger;
-    std::uint32_t options;
+  struct Tap {
+    const char* category;
+    std::optional<bool> interceptor;  // what an installed interceptor returns
+    const char* stored;               // latestNotificationResponseInfo afterwards
   };
-  const Case cases[] = {
-      {"push", std::make_shared<platform::UNPushNotificationTrigger>(), 18},
-      {"calendar", std::make_shared<platform::UNCalendarNotificationTrigger>(platform::DateComponents{.hour = 10}, false),
-       16},
-      {"interval", std::make_shared<platform::UNTimeIntervalNotificationTrigger>(60, false), 16},
-      {"none", nullptr, 16},
+  const Tap taps[] = {
+      {"DiscountReminder", std::nullopt, "discount"},  {"TrialExpirationReminder", std::nullopt, "trialExpiration"},
+      {"", std::nullopt, "default"},                   {"discountReminder", std::nullopt, "default"},
+      {"trial_expiration_reminder", std::nullopt, "default"},
+      {"DiscountReminder", true, "default"},  // consumed: the earlier value stays
+      {"DiscountReminder", false, "discount"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    std::vector<std::string> events;
-    auto token = platform::NotificationCenter::defaultCenter().addObserver(
-        QzUserNotificationManager::userGetPushNotification(), nullptr,
-        [&](const platform::Notification& n) {
-          EXPECT_EQ(n.object, nullptr);
-          EXPECT_TRUE(n.userInfo.is_null());
-          events.push_back("broadcast");
-        });
-    env_.center().presentNotification(tap("DiscountReminder", c.trigger).notification,
-                                      [&](platform::UNNotificationPresentationOptions options) {
-                                        EXPECT_EQ(options.rawValue, c.options);
-                                        events.push_back("completion");
-                                      });
-    // Both happen on the delivering thread, before the call returns.
-    EXPECT_EQ(events, (std::vector<std::string>{"completion", "broadcast"}));
-  }
-}
-
-TEST_F(QzUserNotificationManagerTest, TapMapsTheCategoryStoresTheInfoAndBroadcastsOnMain) {
-  auto manager = start();
-  log_.take();
-  const std::pair<std::string, std::string> cases[] = {
-      {"DiscountReminder", "discount"},     {"TrialExpirationReminder", "trialExpiration"},
-      {"", "default"},                      {"discountreminder", "default"},
-      {"DiscountReminder ", "default"},     {"trial_expiration_reminder", "default"},
-  };
-  for (const auto& [category, action] : cases) {
-    SCOPED_TRACE(category);
-    int completions = 0;
-    env_.center().openNotification(tap(category), [&] {
-      ++completions;
-      EXPECT_EQ(log_.take().size(), 1u) << "completes after the broadcast";
-    });
-    // Stored at once; broadcast and completion wait for the main queue.
-    EXPECT_EQ(manager->latestNotificationResponseInfo(), (nlohmann::json{{"actionType", action}}));
-    EXPECT_EQ(completions, 0);
+  for (const Tap& tap : taps) {
+    SCOPED_TRACE(tap.category);
+    int intercepted = 0, completions = 0;
+    manager->setUserNotificationCenterDidReceiveResponseHandler(
+        tap.interceptor ? QzUserNotificationManager::ResponseHandler([&](auto&, const auto& response) {
+          EXPECT_EQ(response.notification.request.content().categoryIdentifier(), tap.category);
+          ++intercepted;
+          return *tap.interceptor;
+        })
+                        : nullptr);
+    env.center().openNotification({notification(tap.category, nullptr)}, [&] { ++completions; });
+    const bool consumed = tap.interceptor.value_or(false);
+    EXPECT_EQ(intercepted, tap.interceptor ? 1 : 0);
+    EXPECT_EQ(completions, consumed ? 1 : 0) << "a handled tap completes on the main queue";
+    EXPECT_EQ(manager->latestNotificationResponseInfo(), (nlohmann::json{{"actionType", tap.stored}}));
     platform::RunLoop::main().runUntilIdle();
     EXPECT_EQ(completions, 1);
+    const std::vector<std::string> expected{
+        std::string("QzUserNotificationManager.userNotificationOpensAppNotification {\"actionType\":\"") + tap.stored + "\"}"};
+    EXPECT_EQ(env.broadcasts(), consumed ? std::vector<std::string>{} : expected);
   }
   manager->resetLatestNotificationResponseInfo();
   EXPECT_EQ(manager->latestNotificationResponseInfo(), std::nullopt);
-}
-
-TEST_F(QzUserNotificationManagerTest, InterceptorGetsTheTapFirstAndMayConsumeIt) {
-  auto manager = start();
-  env_.center().openNotification(tap("DiscountReminder"), nullptr);
-  platform::RunLoop::main().runUntilIdle();
-  log_.take();
-
-  for (bool consume : {true, false}) {
-    SCOPED_TRACE(consume);
-    std::vector<std::string> seen;
-    manager->setUserNotificationCenterDidReceiveResponseHandler(
-        [&](platform::UNUserNotificationCenter& center, const platform::UNNotificationResponse& response) {
-          EXPECT_EQ(&center, &env_.center());
-          seen.push_back(response.notification.request.content().categoryIdentifier());
-          return consume;
-        });
-    int completions = 0;
-    env_.center().openNotification(tap("TrialExpirationReminder"), [&] { ++completions; });
-    EXPECT_EQ(seen, std::vector<std::string>{"TrialExpirationReminder"});
-    if (consume) {
-      EXPECT_EQ(completions, 1) << "a consumed tap completes at once";
-    }
-    platform::RunLoop::main().runUntilIdle();
-    EXPECT_EQ(completions, 1);
-    EXPECT_EQ(manager->latestNotificationResponseInfo(),
-              (nlohmann::json{{"actionType", consume ? "discount" : "trialExpiration"}}));
-    EXPECT_EQ(log_.take().size(), consume ? 0u : 1u);
-  }
 }
 
 }  // namespace
