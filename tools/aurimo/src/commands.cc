@@ -9,6 +9,7 @@ void addAllCommands(CommandLine& commandLine) {
   addInfoCommand(commandLine);
   addDemoCommand(commandLine);
   addNotificationsCommand(commandLine);
+  addCacheCommand(commandLine);
 }
 
 }  // namespace aurimo::tool

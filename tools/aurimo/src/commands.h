@@ -14,6 +14,7 @@ void addPayloadCommand(CommandLine& commandLine);  // payload JSON
 void addInfoCommand(CommandLine& commandLine);   // info
 void addDemoCommand(CommandLine& commandLine);   // demo
 void addNotificationsCommand(CommandLine& commandLine);  // notifications ls
+void addCacheCommand(CommandLine& commandLine);  // cache --dir PARENT --name NAME COMMAND
 
 // Every subcommand, in the order --help lists them; add new ones here.
 void addAllCommands(CommandLine& commandLine);

@@ -1,0 +1,326 @@
+// aurimo cache: inspects and edits any cache directory through the cache
+// library's own Storage, so the files it reads and writes are the library's.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <stdexcept>
+#include <unordered_set>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "cache/storage.h"
+#include "cache/transformer_factory.h"
+#include "commands.h"
+#include "event_host.h"
+#include "platform/clock.h"
+#include "platform/file_manager.h"
+
+namespace aurimo::tool {
+namespace {
+
+using CacheStorage = cache::Storage<std::string, platform::Data>;
+
+// Directories at least this large get a progress bar while they are swept.
+constexpr std::size_t kProgressThreshold = 5'000;
+
+struct CacheOptions {
+  std::string parent;
+  std::string name;
+  std::uint64_t maxSize = 0;
+  std::string key;
+  std::string expiry = "never";
+  CLI::App* command = nullptr;  // `cache` itself, to find which of its commands was chosen
+};
+
+// A whole number of seconds prints without a fraction.
+nlohmann::ordered_json unixSeconds(platform::Date date) {
+  const double seconds = std::chrono::duration<double>(date.time_since_epoch()).count();
+  if (seconds == std::floor(seconds) && std::abs(seconds) < 9e15) return static_cast<std::int64_t>(seconds);
+  return seconds;
+}
+
+std::optional<double> parseNumber(std::string_view text) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
+  return value;
+}
+
+std::optional<cache::Expiry> parseExpiry(std::string_view text) {
+  if (text == "never") return cache::Expiry::never;
+  if (text.starts_with("seconds:")) {
+    if (auto seconds = parseNumber(text.substr(8))) return cache::Expiry::seconds(*seconds);
+  } else if (text.starts_with("date:")) {
+    if (auto seconds = parseNumber(text.substr(5))) return cache::Expiry::date(platform::dateFromUnixSeconds(*seconds));
+  }
+  return std::nullopt;
+}
+
+bool isNotFound(const std::exception& error) {
+  const auto* fileError = dynamic_cast<const std::filesystem::filesystem_error*>(&error);
+  return fileError != nullptr && fileError->code() == std::errc::no_such_file_or_directory;
+}
+
+std::string directoryOf(const CacheOptions& options) {
+  return (std::filesystem::path(options.parent) / options.name).string();
+}
+
+// One regular, non-hidden file of the cache directory.
+struct CacheFile {
+  std::string name;
+  std::uint64_t bytes;
+  std::uint64_t allocatedBytes;
+  std::optional<platform::Date> expiry;
+};
+
+std::vector<CacheFile> listFiles(platform::FileManager& files, const std::string& directory) {
+  std::vector<CacheFile> result;
+  const bool listed = files.enumerateDirectory(
+      directory, [](std::string_view name) { return name.front() != '.'; },
+      [&](const platform::DirectoryEntry& entry) {
+        if (entry.attributes.type != platform::FileAttributes::Type::regular) return;
+        result.push_back(CacheFile{std::filesystem::path(entry.path).lexically_relative(directory).string(),
+                                   entry.attributes.size, entry.attributes.totalFileAllocatedSize.value_or(entry.attributes.size),
+                                   entry.attributes.modificationDate});
+      });
+  if (!listed) throw std::runtime_error("cannot open " + directory);
+  std::sort(result.begin(), result.end(), [](const CacheFile& a, const CacheFile& b) { return a.name < b.name; });
+  return result;
+}
+
+// Forwards to the real file manager and draws the sweep's progress on stderr.
+class ProgressFileManager final : public platform::FileManager {
+ public:
+  ProgressFileManager(platform::FileManager& base, std::size_t total) : base_(base), total_(total) {}
+  ~ProgressFileManager() override {
+    if (drawn_) std::fputs("\r\033[K", stderr);
+  }
+
+  std::string cachesDirectory() override { return base_.cachesDirectory(); }
+  bool fileExists(const std::string& path) override { return base_.fileExists(path); }
+  void createDirectory(const std::string& path, bool intermediates) override { base_.createDirectory(path, intermediates); }
+  void removeItem(const std::string& path) override {
+    base_.removeItem(path);
+    ++removed_;
+    draw();
+  }
+  void renameItem(const std::string& from, const std::string& to) override { base_.renameItem(from, to); }
+  platform::FileContents contentsOfFile(const std::string& path) override { return base_.contentsOfFile(path); }
+  platform::FileAttributes attributesOfItem(const std::string& path) override { return base_.attributesOfItem(path); }
+  void setModificationDate(const std::string& path, platform::Date date) override {
+    base_.setModificationDate(path, date);
+  }
+  platform::WritableFile createTemporaryFile(const std::string& directory, std::string_view prefix) override {
+    return base_.createTemporaryFile(directory, prefix);
+  }
+  void write(platform::WritableFile& file, std::span<const std::uint8_t> bytes) override { base_.write(file, bytes); }
+  void setModificationDate(platform::WritableFile& file, platform::Date date) override {
+    base_.setModificationDate(file, date);
+  }
+  void closeFile(platform::WritableFile& file) override { base_.closeFile(file); }
+  [[nodiscard]] bool enumerateDirectory(const std::string& path, const NameFilter& include,
+                                        const EntryVisitor& visit) override {
+    return base_.enumerateDirectory(path, include, [&](const platform::DirectoryEntry& entry) {
+      visit(entry);
+      ++examined_;
+      draw();
+    });
+  }
+
+ private:
+  void draw() {
+    const auto now = std::chrono::steady_clock::now();
+    if (drawn_ && now - lastDrawn_ < std::chrono::milliseconds(100)) return;
+    lastDrawn_ = now;
+    drawn_ = true;
+    constexpr std::size_t kWidth = 30;
+    const std::size_t filled = total_ ? std::min(kWidth, examined_ * kWidth / total_) : kWidth;
+    std::fprintf(stderr, "\r\033[Ksweeping [%s%s] %zu/%zu files examined, %zu removed",
+                 std::string(filled, '#').c_str(), std::string(kWidth - filled, '.').c_str(),
+                 std::min(examined_, total_), total_, removed_);
+    std::fflush(stderr);
+  }
+
+  platform::FileManager& base_;
+  std::size_t total_;
+  std::size_t examined_ = 0;
+  std::size_t removed_ = 0;
+  bool drawn_ = false;
+  std::chrono::steady_clock::time_point lastDrawn_;
+};
+
+std::shared_ptr<CacheStorage> openStorage(const CacheOptions& options, platform::FileManager& files) {
+  return CacheStorage::create(
+      cache::DiskConfig(options.name, cache::Expiry::never, options.maxSize, std::filesystem::path(options.parent),
+                        std::nullopt),
+      cache::MemoryConfig(cache::Expiry::never, 0, 0), cache::TransformerFactory::forData(), files);
+}
+
+int put(const CacheOptions& options) {
+  const auto expiry = parseExpiry(options.expiry);
+  if (!expiry) return fail(kExitUsage, "cache put: --expiry must be never, seconds:N or date:UNIX");
+  std::cin >> std::noskipws;
+  const platform::Data value((std::istreambuf_iterator<char>(std::cin)), std::istreambuf_iterator<char>());
+  openStorage(options, platform::FileManager::defaultManager())->setObject(value, options.key, *expiry);
+  return kExitSuccess;
+}
+
+int get(const CacheOptions& options) {
+  try {
+    const platform::Data value = openStorage(options, platform::FileManager::defaultManager())->object(options.key);
+    std::cout.write(reinterpret_cast<const char*>(value.data()), static_cast<std::streamsize>(value.size()));
+    std::cout.flush();
+    return kExitSuccess;
+  } catch (const std::exception& error) {
+    if (isNotFound(error)) return fail(kExitFailure, "cache get: no value for the key " + options.key);
+    throw;
+  }
+}
+
+int entry(const CacheOptions& options) {
+  try {
+    const auto found = openStorage(options, platform::FileManager::defaultManager())->entry(options.key);
+    nlohmann::ordered_json line;
+    line["key"] = options.key;
+    line["path"] = found.filePath.value_or("");
+    line["expiry"] = unixSeconds(found.expiry.date());
+    line["expired"] = found.expiry.isExpired();
+    line["bytes"] = found.object.size();
+    std::cout << EventHost::format(line) << '\n';
+    return kExitSuccess;
+  } catch (const std::exception& error) {
+    if (isNotFound(error)) return fail(kExitFailure, "cache entry: no value for the key " + options.key);
+    throw;
+  }
+}
+
+int remove(const CacheOptions& options) {
+  try {
+    openStorage(options, platform::FileManager::defaultManager())->removeObject(options.key);
+    return kExitSuccess;
+  } catch (const std::exception& error) {
+    if (isNotFound(error)) return fail(kExitFailure, "cache rm: no value for the key " + options.key);
+    throw;
+  }
+}
+
+int list(const CacheOptions& options) {
+  for (const CacheFile& file : listFiles(platform::FileManager::defaultManager(), directoryOf(options))) {
+    nlohmann::ordered_json line;
+    line["name"] = file.name;
+    line["bytes"] = file.bytes;
+    line["allocatedBytes"] = file.allocatedBytes;
+    line["expiry"] = file.expiry ? unixSeconds(*file.expiry) : nlohmann::ordered_json();
+    std::cout << EventHost::format(line) << '\n';
+  }
+  return kExitSuccess;
+}
+
+// Compares the files before and after the library's sweep: the ones gone
+// were expired (date before the start) or evicted by the size limit.
+int sweep(const CacheOptions& options) {
+  platform::FileManager& files = platform::FileManager::defaultManager();
+  const std::string directory = directoryOf(options);
+  const std::vector<CacheFile> before = listFiles(files, directory);
+  const platform::Date start = platform::Clock::current().now();
+  {
+    std::optional<ProgressFileManager> progress;
+    if (::isatty(STDERR_FILENO) && before.size() >= kProgressThreshold) progress.emplace(files, before.size());
+    openStorage(options, progress ? static_cast<platform::FileManager&>(*progress) : files)->removeExpiredObjects();
+  }
+  std::unordered_set<std::string> remaining;
+  for (const CacheFile& file : listFiles(files, directory)) remaining.insert(file.name);
+
+  std::uint64_t expired = 0, evicted = 0, removedBytes = 0, removedAllocated = 0, keptBytes = 0;
+  for (const CacheFile& file : before) {
+    if (remaining.contains(file.name)) {
+      keptBytes += file.bytes;
+      continue;
+    }
+    (file.expiry && *file.expiry < start ? expired : evicted) += 1;
+    removedBytes += file.bytes;
+    removedAllocated += file.allocatedBytes;
+  }
+  nlohmann::ordered_json line;
+  line["expired"] = expired;
+  line["evicted"] = evicted;
+  line["removedBytes"] = removedBytes;
+  line["removedAllocatedBytes"] = removedAllocated;
+  line["remaining"] = remaining.size();
+  line["remainingBytes"] = keptBytes;
+  std::cout << EventHost::format(line) << '\n';
+  return kExitSuccess;
+}
+
+int clear(const CacheOptions& options) {
+  openStorage(options, platform::FileManager::defaultManager())->removeAll();
+  return kExitSuccess;
+}
+
+}  // namespace
+
+void addCacheCommand(CommandLine& commandLine) {
+  auto options = std::make_shared<CacheOptions>();
+  CLI::App* cacheCommand = commandLine.addCommand(
+      "cache", "Inspect or edit the cache directory PARENT/NAME", [options]() -> int {
+        const std::string& name = options->name;
+        if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
+          return fail(kExitUsage, "cache: --name must be a single folder name");
+        }
+        const std::string chosen = options->command->get_subcommands().front()->get_name();
+        const bool creates = chosen == "put" || chosen == "clear";
+        if (!creates && !std::filesystem::is_directory(directoryOf(*options))) {
+          return fail(kExitFailure, "cache: there is no cache at " + directoryOf(*options));
+        }
+        try {
+          if (chosen == "put") return put(*options);
+          if (chosen == "get") return get(*options);
+          if (chosen == "entry") return entry(*options);
+          if (chosen == "rm") return remove(*options);
+          if (chosen == "ls") return list(*options);
+          if (chosen == "sweep") return sweep(*options);
+          return clear(*options);
+        } catch (const std::exception& error) {
+          return fail(kExitFailure, "cache " + chosen + ": " + error.what());
+        }
+      });
+  options->command = cacheCommand;
+  cacheCommand->add_option("--dir", options->parent, "The folder that holds the cache directory")
+      ->option_text("PARENT")
+      ->required();
+  cacheCommand->add_option("--name", options->name, "The cache directory's name")->option_text("NAME")->required();
+  cacheCommand->add_option("--max-size", options->maxSize, "Size limit in bytes that sweep enforces (0: none)")
+      ->option_text("BYTES");
+  cacheCommand->require_subcommand(1);
+
+  const auto withKey = [&](const char* name, const char* description) {
+    CLI::App* command = cacheCommand->add_subcommand(name, description);
+    command->add_option("KEY", options->key, "The key")->required();
+    return command;
+  };
+  withKey("put", "Store stdin under KEY")
+      ->add_option("--expiry", options->expiry, "never (default), seconds:N or date:UNIX")
+      ->option_text("EXPIRY");
+  withKey("get", "Write KEY's bytes to stdout; exit 1 when absent");
+  withKey("entry", "One JSON line: key, path, expiry (Unix seconds), expired, bytes");
+  withKey("rm", "Remove KEY's file; exit 1 when absent");
+  cacheCommand->add_subcommand("ls", "One JSON line per file: name, bytes, allocatedBytes, expiry");
+  cacheCommand->add_subcommand("sweep", "Remove expired files, then enforce --max-size; one JSON line of counts");
+  cacheCommand->add_subcommand("clear", "Remove every file");
+}
+
+}  // namespace aurimo::tool
