@@ -1,8 +1,5 @@
-// CacheHelper over a temporary caches directory. The storages are process-wide,
-// so each test points the caches directory at a fresh folder and forgets the
-// storages before and after (resetStoragesForTesting).
-
-#include "app_context/media/cache_helper.h"
+// The storages are process-wide, so each test points the caches directory at
+// a fresh folder and forgets the storages before and after.
 
 #include <gtest/gtest.h>
 
@@ -16,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "app_context/media/cache_helper.h"
 #include "cache/md5.h"
 #include "platform/directories.h"
 
@@ -23,6 +21,7 @@ namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
+using Locations = platform::Directories::Locations;
 
 std::optional<platform::Data> readAndWait(CacheHelper& helper, const std::string& key) {
   std::promise<std::optional<platform::Data>> promise;
@@ -31,14 +30,9 @@ std::optional<platform::Data> readAndWait(CacheHelper& helper, const std::string
 }
 
 // A read queued behind a write on the same serial queue completes after it.
-void writeAndWait(CacheHelper& helper, const platform::Data& data, const std::string& key) {
-  helper.write(data, key);
+void writeAndWait(CacheHelper& helper, const std::string& text, const std::string& key) {
+  helper.write(platform::dataFromString(text), key);
   (void)readAndWait(helper, key);
-}
-
-void pointCachesAt(const fs::path& caches) {
-  platform::Directories::slot().replace(
-      std::make_shared<platform::Directories>(platform::Directories::Locations{caches, caches, caches, caches}));
 }
 
 class CacheHelperTest : public ::testing::Test {
@@ -47,92 +41,74 @@ class CacheHelperTest : public ::testing::Test {
     std::string pattern = (fs::temp_directory_path() / "aurimo-cache-helper-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) std::abort();
     root_ = pattern;
-    previous_ = platform::Directories::slot().replace(std::make_shared<platform::Directories>(
-        platform::Directories::Locations{root_ / "data", root_ / "data", root_ / "caches", root_ / "pictures"}));
+    previous_ = platform::Directories::slot().replace(
+        std::make_shared<platform::Directories>(Locations{root_, root_, root_ / "caches", root_}));
     CacheHelper::resetStoragesForTesting();
   }
   ~CacheHelperTest() override {
     CacheHelper::resetStoragesForTesting();
     platform::Directories::slot().replace(previous_);
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
+    fs::remove_all(root_);
   }
 
-  fs::path storageDirectory(std::string_view name) const { return root_ / "caches" / name; }
+  fs::path user() const { return root_ / "caches" / CacheHelper::kUserImageCacheName; }
+  fs::path images() const { return root_ / "caches" / CacheHelper::kImageCacheName; }
 
   fs::path root_;
   std::shared_ptr<platform::Directories> previous_;
 };
 
 TEST_F(CacheHelperTest, KeysRouteByPlainPrefixAndAreStoredUnchanged) {
-  struct Case {
-    std::string key;
-    std::string_view storage;
-  };
-  const std::vector<Case> cases = {
-      {"/image/a", CacheHelper::kUserImageCacheName}, {"image/a", CacheHelper::kUserImageCacheName},
-      {"images/a", CacheHelper::kImageCacheName},     {"/images/a", CacheHelper::kImageCacheName},
-      {"x/image/a", CacheHelper::kImageCacheName},    {"Image/a", CacheHelper::kImageCacheName},
-      {"image", CacheHelper::kImageCacheName},        {"//image/a", CacheHelper::kImageCacheName},
-  };
+  const std::vector<std::pair<std::string, bool>> cases = {
+      // key, goes to UserImageCache
+      {"/image/a", true},   {"image/a", true},  {"images/a", false}, {"/images/a", false},
+      {"x/image/a", false}, {"Image/a", false}, {"image", false},    {"//image/a", false}};
   CacheHelper helper;
-  for (const Case& c : cases) writeAndWait(helper, platform::dataFromString("bytes of " + c.key), c.key);
-
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.key);
-    EXPECT_EQ(CacheHelper::storageName(c.key), c.storage);
-    const std::string_view other =
-        c.storage == CacheHelper::kImageCacheName ? CacheHelper::kUserImageCacheName : CacheHelper::kImageCacheName;
-    // The file is named after the whole key, prefix included.
-    const std::string file = cache::MD5(c.key);
-    EXPECT_TRUE(fs::is_regular_file(storageDirectory(c.storage) / file));
-    EXPECT_FALSE(fs::exists(storageDirectory(other) / file));
-    EXPECT_EQ(readAndWait(helper, c.key), platform::dataFromString("bytes of " + c.key));
+  for (const auto& [key, isUser] : cases) writeAndWait(helper, "bytes of " + key, key);
+  for (const auto& [key, isUser] : cases) {
+    SCOPED_TRACE(key);
+    EXPECT_EQ(CacheHelper::storageName(key), isUser ? "UserImageCache" : "ImageCache");
+    // Named after the whole key, prefix included.
+    EXPECT_TRUE(fs::is_regular_file((isUser ? user() : images()) / cache::MD5(key)));
+    EXPECT_FALSE(fs::exists((isUser ? images() : user()) / cache::MD5(key)));
+    EXPECT_EQ(readAndWait(helper, key), platform::dataFromString("bytes of " + key));
   }
 }
 
 TEST_F(CacheHelperTest, NeverWrittenKeysReadAbsentInEitherStorage) {
   CacheHelper helper;
-  writeAndWait(helper, platform::dataFromString("x"), "image/written");
+  writeAndWait(helper, "x", "image/written");
   for (const std::string key : {"image/missing", "missing", "", "image/written.jpg"}) {
     EXPECT_EQ(readAndWait(helper, key), std::nullopt) << key;
   }
 }
 
-TEST_F(CacheHelperTest, InstancesShareTheSameEntries) {
+TEST_F(CacheHelperTest, InstancesShareTheSameEntriesAndOutliveEachOther) {
   auto first = std::make_unique<CacheHelper>();
   CacheHelper second;
-  for (const std::string key : {"image/shared.png", "https://cdn.example.com/shared.png"}) {
-    writeAndWait(*first, platform::dataFromString("one"), key);
-    EXPECT_EQ(readAndWait(second, key), platform::dataFromString("one")) << key;
-    writeAndWait(second, platform::dataFromString("two"), key);
-    EXPECT_EQ(readAndWait(*first, key), platform::dataFromString("two")) << key;
-  }
+  writeAndWait(*first, "one", "image/shared.png");
+  writeAndWait(second, "two", "shared.png");
   first.reset();
-  EXPECT_EQ(readAndWait(second, "image/shared.png"), platform::dataFromString("two"))
-      << "the storages outlive every instance";
+  EXPECT_EQ(readAndWait(second, "image/shared.png"), platform::dataFromString("one"));
+  EXPECT_EQ(readAndWait(*std::make_unique<CacheHelper>(), "shared.png"), platform::dataFromString("two"));
 }
 
 TEST_F(CacheHelperTest, EachStorageIsCreatedByItsFirstUseOnly) {
   CacheHelper helper;
   EXPECT_FALSE(fs::exists(root_ / "caches"));
-
   EXPECT_EQ(readAndWait(helper, "image/a"), std::nullopt);
-  EXPECT_TRUE(fs::is_directory(storageDirectory(CacheHelper::kUserImageCacheName)));
-  EXPECT_FALSE(fs::exists(storageDirectory(CacheHelper::kImageCacheName)));
-
-  helper.write(platform::dataFromString("x"), "b");
-  EXPECT_TRUE(fs::is_directory(storageDirectory(CacheHelper::kImageCacheName)));
-  (void)readAndWait(helper, "b");
+  EXPECT_TRUE(fs::is_directory(user()));
+  EXPECT_FALSE(fs::exists(images()));
+  writeAndWait(helper, "x", "b");
+  EXPECT_TRUE(fs::is_directory(images()));
 }
 
 TEST_F(CacheHelperTest, ConcurrentFirstUsesCreateOneStorage) {
-  constexpr int kThreads = 8;
-  std::vector<const CacheHelper::DataStorage*> seen(kThreads);
+  std::vector<const CacheHelper::DataStorage*> seen(8);
   std::promise<void> start;
   std::shared_future<void> go = start.get_future().share();
   std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
+  for (std::size_t i = 0; i < seen.size(); ++i) {
     threads.emplace_back([&seen, go, i] {
       go.wait();
       seen[i] = &CacheHelper::storage("image/" + std::to_string(i));
@@ -145,24 +121,16 @@ TEST_F(CacheHelperTest, ConcurrentFirstUsesCreateOneStorage) {
 
 TEST_F(CacheHelperTest, StorageThatCannotBeCreatedIsFatalNamingItsLine) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  struct Case {
-    std::string key;
-    const char* message;
-  };
-  const std::vector<Case> cases = {
-      {"a", "Fatal error: .+: file AppContext/CacheHelper, line 15\n"},
-      {"image/a", "Fatal error: .+: file AppContext/CacheHelper, line 23\n"},
-  };
-  for (const Case& c : cases) {
+  for (const auto& [key, line] : {std::pair{"a", "15"}, std::pair{"image/a", "23"}}) {
     // The child re-runs this fixture, so it drops its own folder before dying.
     EXPECT_DEATH(
         {
           fs::remove_all(root_);
-          pointCachesAt("/dev/null/caches");
-          CacheHelper().read(c.key, [](std::optional<platform::Data>) {});
+          platform::Directories::slot().replace(
+              std::make_shared<platform::Directories>(Locations{root_, root_, "/dev/null/caches", root_}));
+          CacheHelper().read(key, [](std::optional<platform::Data>) {});
         },
-        c.message)
-        << c.key;
+        std::string("Fatal error: .+: file AppContext/CacheHelper, line ") + line + "\n");
   }
 }
 
