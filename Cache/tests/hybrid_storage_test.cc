@@ -48,12 +48,10 @@ class HybridStorageTest : public ::testing::Test {
   }
   ~HybridStorageTest() override { fs::remove_all(root_); }
 
-  template <class Key = std::string>
-  std::shared_ptr<cache::HybridStorage<Key, std::string>> makeStorage() {
+  std::shared_ptr<Hybrid> makeStorage() {
     cache::DiskConfig disk("Cache", cache::Expiry::never, 0, fs::path(root_), std::nullopt);
-    return cache::HybridStorage<Key, std::string>::create(
-        cache::MemoryStorage<Key, std::string>(cache::MemoryConfig(cache::Expiry::never, 0, 0)),
-        cache::DiskStorage<Key, std::string>(disk, files_, textTransformer()));
+    return Hybrid::create(cache::MemoryStorage<std::string, std::string>(cache::MemoryConfig(cache::Expiry::never, 0, 0)),
+                          cache::DiskStorage<std::string, std::string>(disk, files_, textTransformer()));
   }
 
   // Logs "<name>: <change>" for every storage change while `observer` lives.
@@ -187,18 +185,6 @@ TEST_F(HybridStorageTest, TokensCancelTwiceHarmlesslyAndAnEarlierKeyTokenRemoves
 
   storage.reset();
   first.cancel();  // the storage is gone: nothing to do
-}
-
-TEST_F(HybridStorageTest, KeysThatAreNotTextReachTheirObserverThroughTheHashedFileName) {
-  auto storage = makeStorage<int>();
-  auto observer = std::make_shared<Observer>();
-  std::vector<std::string> heard;
-  storage->addObserver(observer, 7, [&](Observer&, auto&, const KeyChange& change) { heard.push_back(describe(change)); });
-  storage->setObject("a", 7);
-  storage->setObject("b", 8);
-  storage->removeObject(8);
-  storage->removeObject(7);
-  EXPECT_EQ(heard, (std::vector<std::string>{"edit ->a", "remove"}));
 }
 
 }  // namespace

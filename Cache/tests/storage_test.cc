@@ -150,9 +150,4 @@ TEST_F(StorageTest, TransformedStorageSharesFilesButNotMemoryOrObservers) {
   EXPECT_NE(&bytes->async().serialQueue(), &storage->async().serialQueue());
 }
 
-TEST_F(StorageTest, CreationThrowsTheFileSystemError) {
-  files_.denyPermission(true);
-  EXPECT_THROW(makeStorage(), fs::filesystem_error);
-}
-
 }  // namespace

@@ -109,8 +109,8 @@ class AsyncStorage final : public std::enable_shared_from_this<AsyncStorage<Key,
   platform::DispatchQueue& serialQueue() const { return *serialQueue_; }
 
  private:
-  template <class Completion>
-  static void requireCompletion(const Completion& completion) {
+  template <class F>
+  static void requireCompletion(const F& completion) {
     if (!completion) {
       std::fprintf(stderr, "cache::AsyncStorage: a completion handler is required\n");
       std::abort();
