@@ -1,6 +1,8 @@
 // aurimo demo: runs the built-in session, printing its narration and each
 // event with its answer. Without --data-dir the settings live in a temporary
 // folder, so every run starts from the same state and leaves nothing behind.
+// The demo's photos and cache files always stay beside its settings, never in
+// the user's own pictures or caches folders.
 
 #include <cstdlib>
 #include <filesystem>
@@ -71,6 +73,11 @@ void addDemoCommand(CommandLine& commandLine) {
       platform::Directories::slot().replace(std::make_shared<platform::Directories>(
           platform::Directories::Locations{root, root, root / "caches", root / "pictures"}));
       std::cout << "(settings for this demo are kept in " << root.string() << " and removed afterwards)\n\n";
+    } else {
+      const std::filesystem::path root = platform::Directories::current().settingsDirectory();
+      platform::Directories::slot().replace(std::make_shared<platform::Directories>(
+          platform::Directories::Locations{root, platform::Directories::current().stateDirectory(),
+                                           root / "caches", root / "pictures"}));
     }
     EventHost host;
     registerAllEvents(host);
