@@ -41,3 +41,21 @@ function(aurimo_benchmark)
   target_link_libraries(${ARG_NAME} PRIVATE ${ARG_DEPS} benchmark::benchmark)
   aurimo_defaults(${ARG_NAME})
 endfunction()
+
+# Builds the tests in the calling module's tests/ folder: <PREFIX>_tests from
+# *_test.cc, and <PREFIX>_concurrency_tests (labelled concurrency, run under
+# TSan in CI) from *_concurrency_test.cc.
+#   aurimo_folder_tests(PREFIX cache DEPS aurimo::cache aurimo::testing)
+function(aurimo_folder_tests)
+  cmake_parse_arguments(ARG "" "PREFIX" "DEPS" ${ARGN})
+  file(GLOB _tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/*_test.cc)
+  list(FILTER _tests EXCLUDE REGEX "_concurrency_test\\.cc$")
+  file(GLOB _concurrency_tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/*_concurrency_test.cc)
+  if(_tests)
+    aurimo_test(NAME ${ARG_PREFIX}_tests SOURCES ${_tests} DEPS ${ARG_DEPS})
+  endif()
+  if(_concurrency_tests)
+    aurimo_test(NAME ${ARG_PREFIX}_concurrency_tests SOURCES ${_concurrency_tests}
+      DEPS ${ARG_DEPS} LABELS concurrency)
+  endif()
+endfunction()
