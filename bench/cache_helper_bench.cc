@@ -24,6 +24,7 @@
 #include "platform/directories.h"
 #include "platform/dispatch_group.h"
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -158,7 +159,10 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
 }  // namespace
 
+}  // namespace aurimo
+
 int main(int argc, char** argv) {
+  using namespace aurimo;
   std::string pattern = (fs::temp_directory_path() / "cache_helper_bench.XXXXXX").string();
   if (::mkdtemp(pattern.data()) == nullptr) die("cannot create a temporary folder");
   const fs::path root = pattern;

@@ -25,6 +25,7 @@
 #include "cache/transformer_factory.h"
 #include "platform/file_manager.h"
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -246,7 +247,10 @@ int sideBySide(const std::string& parent, int count, int gets) {
 
 }  // namespace
 
+}  // namespace aurimo
+
 int main(int argc, char** argv) {
+  using namespace aurimo;
   if (argc == 5 && std::strcmp(argv[1], "--side-by-side") == 0) {
     return sideBySide(argv[2], std::atoi(argv[3]), std::atoi(argv[4]));
   }

@@ -14,6 +14,7 @@
 #include "platform/dispatch_group.h"
 #include "platform/dispatch_queue.h"
 
+namespace aurimo {
 namespace {
 
 void BM_MutexLockUnlock(benchmark::State& state) {
@@ -82,7 +83,10 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
 }  // namespace
 
+}  // namespace aurimo
+
 int main(int argc, char** argv) {
+  using namespace aurimo;
   benchmark::Initialize(&argc, argv);
   // Run with --benchmark_repetitions=N on a loaded machine; the summary keeps the best.
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

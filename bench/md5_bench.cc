@@ -15,6 +15,7 @@
 
 #include "cache/md5.h"
 
+namespace aurimo {
 namespace {
 
 std::vector<std::uint8_t> randomBytes(std::size_t size) {
@@ -80,7 +81,10 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
 }  // namespace
 
+}  // namespace aurimo
+
 int main(int argc, char** argv) {
+  using namespace aurimo;
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -19,6 +19,7 @@
 #include "cache/memory_storage.h"
 #include "platform/data.h"
 
+namespace aurimo {
 namespace {
 
 using platform::Data;
@@ -179,7 +180,10 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
 }  // namespace
 
+}  // namespace aurimo
+
 int main(int argc, char** argv) {
+  using namespace aurimo;
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -25,6 +25,7 @@
 #include "cache/storage.h"
 #include "platform/dispatch_group.h"
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -230,7 +231,10 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
 }  // namespace
 
+}  // namespace aurimo
+
 int main(int argc, char** argv) {
+  using namespace aurimo;
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

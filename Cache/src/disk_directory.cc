@@ -9,7 +9,7 @@
 #include "cache/disk_storage_error.h"
 #include "cache/md5.h"
 
-namespace cache::internal {
+namespace aurimo::cache::internal {
 namespace {
 
 // Temporaries carry their creation second (by the process clock) in their
@@ -193,4 +193,4 @@ std::uint64_t DiskDirectory::totalSize() {
   return total;
 }
 
-}  // namespace cache::internal
+}  // namespace aurimo::cache::internal

@@ -1,6 +1,6 @@
 #include "cache/expiry.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 platform::Date Expiry::dateAt(platform::Date now) const {
   switch (kind_) {
@@ -24,4 +24,4 @@ bool Expiry::isExpired() const {
   return dateAt(now) < now;
 }
 
-}  // namespace cache
+}  // namespace aurimo::cache

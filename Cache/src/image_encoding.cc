@@ -1,6 +1,6 @@
 #include "cache/image_encoding.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 bool hasAlphaChannel(const platform::UIImage& image) {
   const platform::CGImage* bitmap = image.cgImage();
@@ -20,4 +20,4 @@ std::optional<platform::Data> encodedImageData(const platform::UIImage& image) {
   return platform::UIImageJPEGRepresentation(image, 1.0);
 }
 
-}  // namespace cache
+}  // namespace aurimo::cache

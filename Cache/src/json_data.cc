@@ -5,7 +5,7 @@
 
 #include "platform/base64.h"
 
-namespace cache::internal {
+namespace aurimo::cache::internal {
 
 nlohmann::json jsonFromData(const platform::Data& data) { return platform::base64Encode(data); }
 
@@ -17,4 +17,4 @@ platform::Data dataFromJSON(const nlohmann::json& json) {
   return std::move(*data);
 }
 
-}  // namespace cache::internal
+}  // namespace aurimo::cache::internal

@@ -3,7 +3,7 @@
 #include <bit>
 #include <cstring>
 
-namespace cache {
+namespace aurimo::cache {
 namespace {
 
 static_assert(std::endian::native == std::endian::little,
@@ -180,4 +180,4 @@ std::string md5HexString(const MD5Digest& digest) {
 
 std::string MD5(std::string_view text) { return md5HexString(md5Digest(text)); }
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -1,6 +1,6 @@
 #include "cache/storage_error.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 const char* StorageError::name(Case errorCase) noexcept {
   switch (errorCase) {
@@ -15,4 +15,4 @@ const char* StorageError::name(Case errorCase) noexcept {
   return "unknown";
 }
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -3,7 +3,7 @@
 #include "cache/image_encoding.h"
 #include "cache/storage_error.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 Transformer<platform::Data> TransformerFactory::forData() {
   return Transformer<platform::Data>([](const platform::Data& data) { return data; },
@@ -24,4 +24,4 @@ Transformer<platform::UIImage> TransformerFactory::forImage() {
       });
 }
 
-}  // namespace cache
+}  // namespace aurimo::cache

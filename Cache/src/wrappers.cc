@@ -9,7 +9,7 @@
 #include "cache/json_dictionary_wrapper.h"
 #include "cache/storage_error.h"
 
-namespace cache {
+namespace aurimo::cache {
 namespace {
 
 nlohmann::json jsonTextData(const nlohmann::json& value) {
@@ -66,4 +66,4 @@ void from_json(const nlohmann::json& json, JSONDictionaryWrapper& wrapper) {
   wrapper.jsonDictionary = std::move(parsed.get_ref<JSONDictionary&>());
 }
 
-}  // namespace cache
+}  // namespace aurimo::cache

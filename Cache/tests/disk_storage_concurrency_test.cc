@@ -11,6 +11,7 @@
 #include "cache/transformer_factory.h"
 #include "platform/file_manager.h"
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -60,3 +61,5 @@ TEST(DiskStorageConcurrencyTest, ReadersNeverSeeAPartialFileWhileAWriterReplaces
 }
 
 }  // namespace
+
+}  // namespace aurimo

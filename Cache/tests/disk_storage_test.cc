@@ -16,6 +16,7 @@
 #include "testing/fake_clock.h"
 #include "testing/faulty_file_manager.h"
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -34,7 +35,7 @@ int errnoOf(const std::function<void()>& operation) {
 }
 
 // Reports the byte length as the allocated size, so limits can be stated in bytes.
-class ByteSizedFileManager : public testing_support::FaultyFileManager {
+class ByteSizedFileManager : public test::FaultyFileManager {
  public:
   bool enumerateDirectory(const std::string& path, const NameFilter& include, const EntryVisitor& visit) override {
     return FaultyFileManager::enumerateDirectory(path, include, [&](const platform::DirectoryEntry& entry) {
@@ -67,7 +68,7 @@ class DiskStorageTest : public ::testing::Test {
     return names;
   }
 
-  std::shared_ptr<testing_support::FakeClock> clock_ = std::make_shared<testing_support::FakeClock>();
+  std::shared_ptr<test::FakeClock> clock_ = std::make_shared<test::FakeClock>();
   platform::ScopedReplacement<platform::Clock> pin_{platform::Clock::slot(), clock_};
   std::string root_;
   ByteSizedFileManager files_;
@@ -226,7 +227,7 @@ TEST_F(DiskStorageTest, FileWithoutModificationDateIsMalformed) {
 TEST_F(DiskStorageTest, FailedWritesThrowAndKeepTheOldValue) {
   const struct {
     const char* fault;
-    std::function<void(testing_support::FaultyFileManager&, bool)> inject;
+    std::function<void(test::FaultyFileManager&, bool)> inject;
     int expectedErrno;
   } cases[] = {
       {"disk full", [](auto& files, bool on) { files.failWritesWithDiskFull(on); }, ENOSPC},
@@ -283,3 +284,5 @@ TEST_F(DiskStorageTest, DefaultParentIsTheCachesDirectory) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -13,6 +13,7 @@
 #include "testing/fake_clock.h"
 #include "testing/faulty_file_manager.h"
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -66,10 +67,10 @@ class HybridStorageTest : public ::testing::Test {
     });
   }
 
-  std::shared_ptr<testing_support::FakeClock> clock_ = std::make_shared<testing_support::FakeClock>();
+  std::shared_ptr<test::FakeClock> clock_ = std::make_shared<test::FakeClock>();
   platform::ScopedReplacement<platform::Clock> pin_{platform::Clock::slot(), clock_};
   std::string root_;
-  testing_support::FaultyFileManager files_;
+  test::FaultyFileManager files_;
   std::vector<std::string> log_;
 };
 
@@ -188,3 +189,5 @@ TEST_F(HybridStorageTest, TokensCancelTwiceHarmlesslyAndAnEarlierKeyTokenRemoves
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+namespace aurimo {
 namespace {
 
 std::string opensslHex(const std::vector<std::uint8_t>& bytes) {
@@ -62,3 +63,5 @@ TEST(MD5Test, HashesUtf8BytesOfText) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

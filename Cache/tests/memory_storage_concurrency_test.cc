@@ -7,7 +7,7 @@
 
 #include "cache/memory_storage.h"
 
-namespace cache {
+namespace aurimo::cache {
 namespace {
 
 // Four threads mix every operation on one storage with a small count limit,
@@ -62,4 +62,4 @@ TEST(MemoryStorageConcurrencyTest, FourThreadsShareOneStorage) {
 }
 
 }  // namespace
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -8,7 +8,7 @@
 #include "cache/memory_storage.h"
 #include "testing/fake_clock.h"
 
-namespace cache {
+namespace aurimo::cache {
 namespace {
 
 MemoryConfig unlimited(Expiry expiry = Expiry::never) { return MemoryConfig(expiry, 0, 0); }
@@ -32,7 +32,7 @@ StorageError::Case readError(StorageAware<std::string, int>& storage, const std:
 
 class MemoryStorageTest : public ::testing::Test {
  protected:
-  std::shared_ptr<testing_support::FakeClock> clock_ = std::make_shared<testing_support::FakeClock>();
+  std::shared_ptr<test::FakeClock> clock_ = std::make_shared<test::FakeClock>();
   platform::ScopedReplacement<platform::Clock> pin_{platform::Clock::slot(), clock_};
 };
 
@@ -164,4 +164,4 @@ TEST_F(MemoryStorageTest, ReadingAnotherValueTypeFromASharedCacheIsTypeNotMatch)
 }
 
 }  // namespace
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -14,6 +14,7 @@
 #include "cache/storage.h"
 #include "platform/dispatch_group.h"
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -102,3 +103,5 @@ TEST(StorageConcurrencyTest, MixedSyncAsyncAndObserverTrafficNotifiesEachSuccess
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -11,15 +11,15 @@
 #include "cache/storage_error.h"
 #include "testing/fake_clock.h"
 
-namespace cache {
+namespace aurimo::cache {
 namespace {
 
 using platform::dateFromUnixSeconds;
 
 class StorageModelTest : public ::testing::Test {
  protected:
-  std::shared_ptr<testing_support::FakeClock> clock_ =
-      std::make_shared<testing_support::FakeClock>(dateFromUnixSeconds(1'700'000'000));
+  std::shared_ptr<test::FakeClock> clock_ =
+      std::make_shared<test::FakeClock>(dateFromUnixSeconds(1'700'000'000));
   platform::ScopedReplacement<platform::Clock> pin_{platform::Clock::slot(), clock_};
 };
 
@@ -128,4 +128,4 @@ TEST(ResultTest, MapTransformsValuesAndPassesErrorsThrough) {
 }
 
 }  // namespace
-}  // namespace cache
+}  // namespace aurimo::cache

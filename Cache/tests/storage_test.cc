@@ -12,6 +12,7 @@
 #include "platform/dispatch_group.h"
 #include "testing/faulty_file_manager.h"
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -47,7 +48,7 @@ class StorageTest : public ::testing::Test {
   }
 
   std::string root_;
-  testing_support::FaultyFileManager files_;
+  test::FaultyFileManager files_;
 };
 
 TEST_F(StorageTest, RunsBlockingCallsOnTheSyncQueueAndCompletionsOnTheAsyncQueue) {
@@ -151,3 +152,5 @@ TEST_F(StorageTest, TransformedStorageSharesFilesButNotMemoryOrObservers) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -15,7 +15,7 @@
 #include "cache/transformer_factory.h"
 #include "platform/base64.h"
 
-namespace cache {
+namespace aurimo::cache {
 namespace {
 
 using platform::CGImage;
@@ -177,4 +177,4 @@ TEST(JSONWrapperTest, WrongShapeIsDecodingFailed) {
 }
 
 }  // namespace
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -14,6 +14,7 @@
 #include "platform/user_defaults.h"
 #include "settings_store_kit/app_settings_storage.h"
 
+namespace aurimo {
 namespace {
 
 using aurimo::UniversalLinkManager;
@@ -242,3 +243,5 @@ TEST(UniversalLinkManagerNameTest, NotificationNameIsFixedAndShared) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -22,7 +22,7 @@ Status requestThroughManager() {
 }
 
 TEST(PhotoLibraryManagerRequest, AsksOnceForAddOnlyAccessAndKeepsTheAnswer) {
-  testing_support::PhotoLibraryEnvironment env;
+  test::PhotoLibraryEnvironment env;
   env.prompt->push(PhotoPermissionAnswer::allow);
   PhotoLibraryManager manager;
 
@@ -40,13 +40,13 @@ TEST(PhotoLibraryManagerSave, SavesACopyOfTheBytesOnlyWhenAllowed) {
   const platform::Data png{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 1, 2, 3};
   for (Status status : {Status::authorized, Status::denied, Status::notDetermined}) {
     SCOPED_TRACE(platform::name(status));
-    testing_support::PhotoLibraryEnvironment env;
+    test::PhotoLibraryEnvironment env;
     ASSERT_FALSE(platform::PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, status));
 
     platform::Data bytes = png;
     PhotoLibraryManager().savePhotoData(bytes);
     bytes.assign(bytes.size(), 0);  // the caller reuses its buffer at once
-    testing_support::PhotoLibraryEnvironment::drainChanges();
+    test::PhotoLibraryEnvironment::drainChanges();
 
     auto photos = env.savedPhotos();
     if (status != Status::authorized) {

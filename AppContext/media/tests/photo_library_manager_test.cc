@@ -23,7 +23,7 @@ TEST(PhotoLibraryManager, ReadsTheAddOnlyStatusNarrowly) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(platform::name(c.status));
-    testing_support::PhotoLibraryEnvironment env;
+    test::PhotoLibraryEnvironment env;
     ASSERT_FALSE(platform::PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, c.status));
     // Full access must not leak into the add-only answers.
     ASSERT_FALSE(platform::PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, Status::authorized));

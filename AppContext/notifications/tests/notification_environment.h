@@ -31,7 +31,7 @@
 #include "testing/fake_clock.h"
 #include "testing/scripted_permission_prompt.h"
 
-namespace aurimo::testing_env {
+namespace aurimo::test {
 
 using platform::ScopedReplacement;
 
@@ -116,9 +116,9 @@ class NotificationEnvironment {
 
   const std::filesystem::path& root() const { return root_; }
 
-  const std::shared_ptr<testing_support::FakeClock> clock = std::make_shared<testing_support::FakeClock>();
-  const std::shared_ptr<testing_support::ScriptedNotificationPermissionPrompt> prompt =
-      std::make_shared<testing_support::ScriptedNotificationPermissionPrompt>();
+  const std::shared_ptr<test::FakeClock> clock = std::make_shared<test::FakeClock>();
+  const std::shared_ptr<test::ScriptedNotificationPermissionPrompt> prompt =
+      std::make_shared<test::ScriptedNotificationPermissionPrompt>();
 
  private:
   static std::filesystem::path makeRoot() {
@@ -139,4 +139,4 @@ class NotificationEnvironment {
   std::vector<platform::ObserverToken> tokens_;
 };
 
-}  // namespace aurimo::testing_env
+}  // namespace aurimo::test

@@ -19,7 +19,7 @@ namespace aurimo {
 namespace {
 
 using platform::UNAuthorizationStatus;
-using testing_env::NotificationEnvironment;
+using test::NotificationEnvironment;
 
 platform::UNNotificationRequest discountReminder(const std::string& identifier) {
   platform::UNMutableNotificationContent content;

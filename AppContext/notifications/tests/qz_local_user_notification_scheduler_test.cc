@@ -16,7 +16,7 @@ namespace {
 using platform::Date;
 using platform::DateComponents;
 using platform::UNAuthorizationStatus;
-using testing_env::NotificationEnvironment;
+using test::NotificationEnvironment;
 
 platform::UNNotificationRequest request(std::string identifier, std::string category) {
   platform::UNMutableNotificationContent content;

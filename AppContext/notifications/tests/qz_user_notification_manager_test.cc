@@ -12,7 +12,7 @@ namespace {
 
 using platform::NotificationPermissionAnswer;
 using platform::UserDefaults;
-using testing_env::NotificationEnvironment;
+using test::NotificationEnvironment;
 using Status = platform::UNAuthorizationStatus;
 
 constexpr const char* kAllowsKey = "QzUserNotificationManager.systemAllowsToUseNotificationsValueDidChangeNotification";

@@ -30,7 +30,7 @@
 #include "cache/transformer.h"
 #include "platform/dispatch_queue.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 template <StorageKey Key, std::copyable Value>
 class AsyncStorage final : public std::enable_shared_from_this<AsyncStorage<Key, Value>> {
@@ -148,4 +148,4 @@ class AsyncStorage final : public std::enable_shared_from_this<AsyncStorage<Key,
   std::shared_ptr<platform::DispatchQueue> serialQueue_;     // shared with transformed copies
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -9,7 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace cache {
+namespace aurimo::cache {
 
 template <class T>
 concept JSONCodable = requires(const T& value, const nlohmann::json& json) {
@@ -17,4 +17,4 @@ concept JSONCodable = requires(const T& value, const nlohmann::json& json) {
   json.get<T>();
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

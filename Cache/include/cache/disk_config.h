@@ -14,7 +14,7 @@
 
 #include "cache/expiry.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 struct DiskConfig {
   DiskConfig(std::string name, Expiry expiry, std::uint64_t maxSize,
@@ -38,4 +38,4 @@ struct DiskConfig {
   std::optional<std::string> protectionType;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

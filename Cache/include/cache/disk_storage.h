@@ -30,7 +30,7 @@
 #include "cache/transformer.h"
 #include "platform/file_manager.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 template <StorageKey Key, std::copyable Value>
 class DiskStorage final : public StorageAware<Key, Value> {
@@ -122,4 +122,4 @@ class DiskStorage final : public StorageAware<Key, Value> {
   Transformer<Value> transformer_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

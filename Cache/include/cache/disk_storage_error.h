@@ -9,7 +9,7 @@
 
 #include <exception>
 
-namespace cache {
+namespace aurimo::cache {
 
 class DiskStorageError : public std::exception {
  public:
@@ -26,4 +26,4 @@ class DiskStorageError : public std::exception {
   Case case_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

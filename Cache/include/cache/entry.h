@@ -12,7 +12,7 @@
 
 #include "cache/expiry.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 template <class Value>
 struct Entry {
@@ -23,4 +23,4 @@ struct Entry {
   std::optional<std::string> filePath;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

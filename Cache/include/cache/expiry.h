@@ -10,7 +10,7 @@
 
 #include "platform/clock.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 class Expiry {
  public:
@@ -51,4 +51,4 @@ inline constexpr Expiry Expiry::never{Kind::never, 0, platform::Date{}};
 // the trailing underscore.
 enum class ExpirationMode { auto_, manual };
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -42,7 +42,7 @@
 #include "cache/storage_error.h"
 #include "cache/transformer.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 template <StorageKey Key, std::copyable Value>
 class HybridStorage final : public StorageAware<Key, Value>,
@@ -285,4 +285,4 @@ class HybridStorage final : public StorageAware<Key, Value>,
   std::uint64_t nextObservationId_ = 0;                                                  // guarded by observationMutex_
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -12,11 +12,11 @@
 #include "platform/data.h"
 #include "platform/ui_image.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 // True when the image has a bitmap whose alpha info is not none, noneSkipLast or noneSkipFirst.
 bool hasAlphaChannel(const platform::UIImage& image);
 // PNG or JPEG bytes by the rule above; absent when the encoder produces nothing.
 std::optional<platform::Data> encodedImageData(const platform::UIImage& image);
 
-}  // namespace cache
+}  // namespace aurimo::cache

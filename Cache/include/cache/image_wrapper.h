@@ -13,7 +13,7 @@
 
 #include "platform/ui_image.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 struct ImageWrapper {
   static constexpr const char* kImageKey = "image";
@@ -23,4 +23,4 @@ struct ImageWrapper {
 void to_json(nlohmann::json& json, const ImageWrapper& wrapper);
 void from_json(const nlohmann::json& json, ImageWrapper& wrapper);
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -13,7 +13,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace cache {
+namespace aurimo::cache {
 
 using JSONDictionary = nlohmann::json::object_t;
 
@@ -25,4 +25,4 @@ struct JSONArrayWrapper {
 void to_json(nlohmann::json& json, const JSONArrayWrapper& wrapper);
 void from_json(const nlohmann::json& json, JSONArrayWrapper& wrapper);
 
-}  // namespace cache
+}  // namespace aurimo::cache

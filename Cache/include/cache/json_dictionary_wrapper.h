@@ -13,7 +13,7 @@
 
 #include "cache/json_array_wrapper.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 struct JSONDictionaryWrapper {
   static constexpr const char* kJSONDictionaryKey = "jsonDictionary";
@@ -23,4 +23,4 @@ struct JSONDictionaryWrapper {
 void to_json(nlohmann::json& json, const JSONDictionaryWrapper& wrapper);
 void from_json(const nlohmann::json& json, JSONDictionaryWrapper& wrapper);
 
-}  // namespace cache
+}  // namespace aurimo::cache

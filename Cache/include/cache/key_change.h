@@ -11,7 +11,7 @@
 #include <optional>
 #include <utility>
 
-namespace cache {
+namespace aurimo::cache {
 
 template <class Value>
 class KeyChange {
@@ -47,4 +47,4 @@ class KeyChange {
   std::optional<Value> after_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

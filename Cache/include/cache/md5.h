@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-namespace cache {
+namespace aurimo::cache {
 
 using MD5Digest = std::array<std::uint8_t, 16>;
 
@@ -34,4 +34,4 @@ std::string md5HexString(const MD5Digest& digest);
 // The digest of the text's bytes as 32 upper-case hex digits.
 std::string MD5(std::string_view text);
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -13,7 +13,7 @@
 
 #include "cache/expiry.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 struct MemoryCapsule {
   std::any object;
@@ -23,4 +23,4 @@ struct MemoryCapsule {
   std::uint64_t writer = 0;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

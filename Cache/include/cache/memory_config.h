@@ -10,7 +10,7 @@
 
 #include "cache/expiry.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 struct MemoryConfig {
   MemoryConfig(Expiry expiry, std::uint64_t countLimit, std::uint64_t totalCostLimit)
@@ -25,4 +25,4 @@ struct MemoryConfig {
   std::uint64_t totalCostLimit;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -34,7 +34,7 @@
 #include "cache/storage_aware.h"
 #include "cache/storage_error.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 // The cache behind memory storages of one key type, whatever their values.
 namespace internal {
@@ -193,4 +193,4 @@ class MemoryStorage final : public StorageAware<Key, Value> {
   std::unique_ptr<std::unordered_set<Key>> keys_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -17,7 +17,7 @@
 #include "cache/observation_token.h"
 #include "cache/storage_change.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 namespace internal {
 struct ProbeObserver {};
@@ -41,4 +41,4 @@ concept KeyObservationRegistry = requires(R& registry, const std::shared_ptr<int
   registry.removeAllKeyObservers();
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

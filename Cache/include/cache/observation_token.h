@@ -12,7 +12,7 @@
 #include <functional>
 #include <utility>
 
-namespace cache {
+namespace aurimo::cache {
 
 class ObservationToken {
  public:
@@ -27,4 +27,4 @@ class ObservationToken {
   std::function<void()> cancellationClosure_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

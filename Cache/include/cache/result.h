@@ -15,7 +15,7 @@
 #include <utility>
 #include <variant>
 
-namespace cache {
+namespace aurimo::cache {
 
 template <class T>
 class Result;
@@ -103,4 +103,4 @@ class Result {
   std::variant<Stored, std::exception_ptr> state_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

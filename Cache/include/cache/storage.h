@@ -43,7 +43,7 @@
 #include "platform/file_manager.h"
 #include "platform/ui_image.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 inline constexpr const char* kSyncStorageQueueLabel = "Cache.SyncStorage.SerialQueue";
 inline constexpr const char* kAsyncStorageQueueLabel = "Cache.AsyncStorage.SerialQueue";
@@ -142,4 +142,4 @@ class Storage final : public StorageAware<Key, Value>, public std::enable_shared
   std::shared_ptr<HybridStorage<Key, Value>> hybridStorage_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -16,7 +16,7 @@
 #include "cache/entry.h"
 #include "cache/expiry.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 template <class K>
 concept StorageKey = std::copyable<K> && std::equality_comparable<K> && requires(const K& key) {
@@ -65,4 +65,4 @@ class StorageAware {
   StorageAware& operator=(StorageAware&&) = default;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

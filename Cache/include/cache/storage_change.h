@@ -10,7 +10,7 @@
 #include <optional>
 #include <utility>
 
-namespace cache {
+namespace aurimo::cache {
 
 template <class Key>
 class StorageChange {
@@ -39,4 +39,4 @@ class StorageChange {
   std::optional<Key> key_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -9,7 +9,7 @@
 
 #include <exception>
 
-namespace cache {
+namespace aurimo::cache {
 
 class StorageError : public std::exception {
  public:
@@ -36,4 +36,4 @@ class StorageError : public std::exception {
   Case case_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -23,7 +23,7 @@
 #include "cache/transformer.h"
 #include "platform/dispatch_queue.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 template <StorageKey Key, std::copyable Value>
 class SyncStorage final : public StorageAware<Key, Value> {
@@ -70,4 +70,4 @@ class SyncStorage final : public StorageAware<Key, Value> {
   std::shared_ptr<platform::DispatchQueue> serialQueue_;     // shared with transformed copies
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

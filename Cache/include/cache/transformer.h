@@ -15,7 +15,7 @@
 
 #include "platform/data.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 template <class T>
 class Transformer {
@@ -38,4 +38,4 @@ class Transformer {
   FromData fromData_;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

@@ -18,7 +18,7 @@
 #include "platform/data.h"
 #include "platform/ui_image.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 class TransformerFactory {
  public:
@@ -43,4 +43,4 @@ class TransformerFactory {
   }
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache

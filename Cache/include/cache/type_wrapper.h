@@ -11,7 +11,7 @@
 
 #include "cache/codable.h"
 
-namespace cache {
+namespace aurimo::cache {
 
 template <JSONCodable T>
 struct TypeWrapper {
@@ -19,17 +19,17 @@ struct TypeWrapper {
   T object;
 };
 
-}  // namespace cache
+}  // namespace aurimo::cache
 
 // A serializer rather than from_json so T need not be default-constructible.
 template <class T>
-struct nlohmann::adl_serializer<cache::TypeWrapper<T>> {
-  static void to_json(nlohmann::json& json, const cache::TypeWrapper<T>& wrapper) {
+struct nlohmann::adl_serializer<aurimo::cache::TypeWrapper<T>> {
+  static void to_json(nlohmann::json& json, const aurimo::cache::TypeWrapper<T>& wrapper) {
     json = nlohmann::json::object();
-    json[cache::TypeWrapper<T>::kObjectKey] = wrapper.object;
+    json[aurimo::cache::TypeWrapper<T>::kObjectKey] = wrapper.object;
   }
   // A missing key or a value of the wrong type throws the JSON library's own errors.
-  static cache::TypeWrapper<T> from_json(const nlohmann::json& json) {
-    return cache::TypeWrapper<T>{json.at(cache::TypeWrapper<T>::kObjectKey).template get<T>()};
+  static aurimo::cache::TypeWrapper<T> from_json(const nlohmann::json& json) {
+    return aurimo::cache::TypeWrapper<T>{json.at(aurimo::cache::TypeWrapper<T>::kObjectKey).template get<T>()};
   }
 };

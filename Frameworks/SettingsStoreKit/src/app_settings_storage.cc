@@ -2,7 +2,7 @@
 
 #include "platform/user_defaults.h"
 
-namespace SettingsStoreKit {
+namespace aurimo::SettingsStoreKit {
 namespace {
 
 std::optional<std::int64_t> optionalInteger(std::string_view key) {
@@ -31,4 +31,4 @@ void AppSettingsStorage::AppContext::UniversalLinkManager::setOnboardingVersion(
   setOptionalInteger(version, kOnboardingVersionKey);
 }
 
-}  // namespace SettingsStoreKit
+}  // namespace aurimo::SettingsStoreKit

@@ -7,6 +7,7 @@
 
 #include "platform/user_defaults.h"
 
+namespace aurimo {
 namespace {
 
 using Links = SettingsStoreKit::AppSettingsStorage::AppContext::UniversalLinkManager;
@@ -32,3 +33,5 @@ TEST_F(AppSettingsStorageTest, OnboardingVersionRoundTripsThroughStandardDefault
 }
 
 }  // namespace
+
+}  // namespace aurimo

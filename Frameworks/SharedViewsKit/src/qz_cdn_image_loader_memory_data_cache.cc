@@ -3,7 +3,7 @@
 #include <optional>
 #include <utility>
 
-namespace SharedViewsKit {
+namespace aurimo::SharedViewsKit {
 
 void QzCDNImageLoaderMemoryDataCache::read(const std::string& key, ReadCompletion completion) {
   std::optional<platform::Data> found;
@@ -20,4 +20,4 @@ void QzCDNImageLoaderMemoryDataCache::write(const platform::Data& data, const st
   entries_.insert_or_assign(key, data);
 }
 
-}  // namespace SharedViewsKit
+}  // namespace aurimo::SharedViewsKit

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace ToolboxKit {
+namespace aurimo::ToolboxKit {
 
 std::optional<std::string> value(const std::vector<platform::URLQueryItem>& items, std::string_view name) {
   auto first = std::find_if(items.begin(), items.end(),
@@ -11,4 +11,4 @@ std::optional<std::string> value(const std::vector<platform::URLQueryItem>& item
   return first->value;
 }
 
-}  // namespace ToolboxKit
+}  // namespace aurimo::ToolboxKit

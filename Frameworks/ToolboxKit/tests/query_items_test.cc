@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace aurimo {
 namespace {
 
 using platform::URLQueryItem;
@@ -29,3 +30,5 @@ TEST(QueryItemLookup, FirstItemOfTheNameWinsAndValuelessItemsReadAsAbsent) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

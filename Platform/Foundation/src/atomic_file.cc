@@ -8,7 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 FileError failure(const char* operation, const std::filesystem::path& path, int error = errno) {
@@ -95,4 +95,4 @@ std::optional<FileError> writeFileAtomically(const std::filesystem::path& path,
   return std::nullopt;
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

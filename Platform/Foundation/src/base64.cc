@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -66,4 +66,4 @@ std::optional<Data> base64Decode(std::string_view text) {
   return out;
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -11,7 +11,7 @@
 #define AURIMO_LOCALE_DIR "/usr/local/share/locale"
 #endif
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 // gettext's bindings are process-wide; remember ours to catch conflicting ones.
@@ -64,4 +64,4 @@ std::string Bundle::localizedString(std::string_view key, std::string_view value
   return value.empty() ? id : std::string(value);
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -8,7 +8,7 @@
 
 #include "internal/zone_rules.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 namespace hd = ::date;  // Calendar::date() hides the date library's namespace name in members
@@ -330,4 +330,4 @@ bool Calendar::isDate(Date a, Date inSameDayAs) const {
   return wallOf(timeZone_.rules(), a).day() == wallOf(timeZone_.rules(), inSameDayAs).day();
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

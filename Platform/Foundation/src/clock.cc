@@ -1,10 +1,10 @@
 #include "platform/clock.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 Replaceable<Clock>& Clock::slot() {
   static Replaceable<Clock> instance([] { return std::make_shared<SystemClock>(); });
   return instance;
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -7,7 +7,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 constexpr const char* kAppFolder = "aurimo";
@@ -86,4 +86,4 @@ std::error_code Directories::createPrivateDirectory(const std::filesystem::path&
   return {};
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -3,7 +3,7 @@
 #include "internal/dispatch_core.h"
 #include "platform/dispatch_queue.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace internal {
 
 void GroupState::enter() {
@@ -69,4 +69,4 @@ void DispatchGroup::notify(DispatchQueue& queue, std::function<void()> block) {
   state_->notify(queue.core_, std::move(block));
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

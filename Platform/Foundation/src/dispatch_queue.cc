@@ -7,7 +7,7 @@
 #include "internal/dispatch_core.h"
 #include "platform/dispatch_group.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace internal {
 namespace {
 
@@ -291,4 +291,4 @@ bool DispatchQueue::isCurrent() const { return core_->isCurrent(); }
 
 void DispatchQueue::syncInvoke(internal::BlockRef block) { core_->syncInvoke(block); }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -13,7 +13,7 @@
 
 #include "internal/dispatch_core.h"
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 namespace {
 
 constexpr std::size_t kThreadLimit = 256;
@@ -162,4 +162,4 @@ void DelayedBlocks::timerMain() {
   }
 }
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

@@ -13,7 +13,7 @@
 
 #include "platform/directories.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 Date dateFromTimespec(const struct timespec& time) {
@@ -291,4 +291,4 @@ bool PosixFileManager::enumerateDirectory(const std::string& path, const NameFil
   return walk(descriptor, buffer, include, visit);
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 // Names are never forgotten: a NotificationName is a pointer into this set,
@@ -207,4 +207,4 @@ std::size_t NotificationCenter::observerCount() const {
   return state.byId.size();
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

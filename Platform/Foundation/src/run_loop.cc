@@ -5,7 +5,7 @@
 
 #include "internal/dispatch_core.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace internal {
 namespace {
 
@@ -141,4 +141,4 @@ void RunLoop::runUntilIdle() { loop_.runUntilIdle(); }
 
 void RunLoop::stop() { loop_.stop(); }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -17,7 +17,7 @@ using hh_mm_ss_ptz = hh_mm_ss<Duration>;
 
 #include "internal/zone_rules.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 using Seconds = std::chrono::seconds;
@@ -158,4 +158,4 @@ std::optional<Date> TimeZone::nextDaylightSavingTimeTransition(Date after) const
   return std::nullopt;
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -4,7 +4,7 @@
 
 #include "url_internal.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 bool isUnreserved(unsigned char c) {
@@ -102,4 +102,4 @@ std::optional<std::string> removingPercentEncoding(std::string_view text) {
   return out;
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

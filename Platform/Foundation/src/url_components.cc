@@ -4,7 +4,7 @@
 
 #include "url_internal.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 // Decodes for the plain accessors; text that was set already encoded and is
@@ -188,4 +188,4 @@ std::optional<URL> URLComponents::url() const {
   return URL::fromString(*text);
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

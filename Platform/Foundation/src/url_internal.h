@@ -3,9 +3,9 @@
 
 #include <string_view>
 
-namespace platform::url_internal {
+namespace aurimo::platform::url_internal {
 
 // True for a non-empty RFC 3986 URI reference.
 bool isValidReference(std::string_view text);
 
-}  // namespace platform::url_internal
+}  // namespace aurimo::platform::url_internal

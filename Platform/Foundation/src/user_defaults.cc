@@ -9,7 +9,7 @@
 #include "platform/clock.h"
 #include "platform/directories.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 // Data is stored in the file as {"$base64": "..."}; in memory it is a JSON
@@ -305,4 +305,4 @@ void UserDefaults::set(const Data& value, std::string_view key) {
 void UserDefaults::setObject(nlohmann::json value, std::string_view key) { store(key, std::move(value)); }
 void UserDefaults::removeObjectForKey(std::string_view key) { store(key, nullptr); }
 
-}  // namespace platform
+}  // namespace aurimo::platform

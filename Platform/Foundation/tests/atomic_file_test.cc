@@ -4,8 +4,9 @@
 
 #include <fstream>
 
-#include "temporary_directory.h"
+#include "testing/temporary_directory.h"
 
+namespace aurimo {
 namespace {
 
 std::vector<std::string> entries(const std::filesystem::path& folder) {
@@ -16,7 +17,7 @@ std::vector<std::string> entries(const std::filesystem::path& folder) {
 }
 
 TEST(AtomicFile, ReplacesContentPrivatelyAndLeavesNoTemporaryFiles) {
-  foundation_tests::TemporaryDirectory tmp;
+  test::TemporaryDirectory tmp;
   const auto path = tmp.path() / "settings.json";
   for (std::string content : {"first, longer content", "second", ""}) {
     ASSERT_FALSE(platform::writeFileAtomically(path, platform::dataFromString(content)));
@@ -24,12 +25,12 @@ TEST(AtomicFile, ReplacesContentPrivatelyAndLeavesNoTemporaryFiles) {
     ASSERT_TRUE(read);
     EXPECT_EQ(platform::stringView(*read.data), content);
   }
-  EXPECT_EQ(foundation_tests::permissions(path), 0600u);
+  EXPECT_EQ(test::permissions(path), 0600u);
   EXPECT_EQ(entries(tmp.path()), std::vector<std::string>{"settings.json"});
 }
 
 TEST(AtomicFile, FailuresKeepTheTargetCleanUpAndNameThePath) {
-  foundation_tests::TemporaryDirectory tmp;
+  test::TemporaryDirectory tmp;
   // A non-empty folder cannot be renamed over, so the write fails at the last step.
   const auto target = tmp.path() / "busy";
   std::filesystem::create_directories(target / "inside");
@@ -55,3 +56,5 @@ TEST(AtomicFile, FailuresKeepTheTargetCleanUpAndNameThePath) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <ctime>
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 using Policy = Calendar::MatchingPolicy;
@@ -214,4 +214,4 @@ TEST(TimeZone, ReportsDaylightSavingTime) {
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace aurimo::platform

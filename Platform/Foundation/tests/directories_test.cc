@@ -5,8 +5,9 @@
 #include <fstream>
 #include <map>
 
-#include "temporary_directory.h"
+#include "testing/temporary_directory.h"
 
+namespace aurimo {
 namespace {
 
 using platform::Directories;
@@ -56,16 +57,16 @@ TEST(Directories, DataDirectoryTakesSettingsAndStateOnly) {
 }
 
 TEST(Directories, PrivateDirectoriesAre0700AndFailuresAreValues) {
-  foundation_tests::TemporaryDirectory tmp;
+  test::TemporaryDirectory tmp;
   const auto nested = tmp.path() / "a" / "b";
   ASSERT_FALSE(Directories::createPrivateDirectory(nested));
-  EXPECT_EQ(foundation_tests::permissions(tmp.path() / "a"), 0700u);
-  EXPECT_EQ(foundation_tests::permissions(nested), 0700u);
+  EXPECT_EQ(test::permissions(tmp.path() / "a"), 0700u);
+  EXPECT_EQ(test::permissions(nested), 0700u);
 
   std::filesystem::create_directory(tmp.path() / "wide");
   std::filesystem::permissions(tmp.path() / "wide", std::filesystem::perms::all);
   ASSERT_FALSE(Directories::createPrivateDirectory(tmp.path() / "wide"));
-  EXPECT_EQ(foundation_tests::permissions(tmp.path() / "wide"), 0700u);
+  EXPECT_EQ(test::permissions(tmp.path() / "wide"), 0700u);
 
   std::ofstream(tmp.path() / "file") << "x";
   EXPECT_EQ(Directories::createPrivateDirectory(tmp.path() / "file" / "sub"), std::errc::not_a_directory);
@@ -73,3 +74,5 @@ TEST(Directories, PrivateDirectoriesAre0700AndFailuresAreValues) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

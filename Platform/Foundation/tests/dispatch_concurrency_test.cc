@@ -12,7 +12,7 @@
 #include "platform/dispatch_queue.h"
 #include "platform/run_loop.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 // Holds a queue busy until open() is called.
@@ -170,4 +170,4 @@ TEST(DispatchConcurrencyTest, DestroyedQueueStillRunsItsPendingBlocksInOrder) {
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -12,7 +12,7 @@
 #include "platform/run_loop.h"
 #include "testing/fake_clock.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 using Log = std::vector<std::string>;
@@ -32,7 +32,7 @@ TEST(MainRunLoopTest, RunUntilIdleRunsNestedPostsAfterEarlierOnes) {
 }
 
 TEST(MainRunLoopTest, DelayedBlocksRunWhenTheFakeClockPassesTheirDeadline) {
-  auto clock = std::make_shared<testing_support::FakeClock>();
+  auto clock = std::make_shared<test::FakeClock>();
   ScopedReplacement<Clock> pin(Clock::slot(), clock);
   Log log;
   for (auto [delay, name] : {std::pair{5.0, "5"}, {1.0, "1"}, {3.0, "3a"}, {3.0, "3b"}, {-2.0, "now"}}) {
@@ -150,4 +150,4 @@ TEST(DispatchDeathTest, ProgrammingErrorsAbortWithAMessage) {
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <map>
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -77,3 +78,5 @@ TEST_F(FileManagerTest, AtomicWriteSetsDateAndRemovesDirectoryTrees) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

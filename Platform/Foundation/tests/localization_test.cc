@@ -12,7 +12,7 @@
 #include <string>
 #include <unistd.h>
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 const std::string kRunner = "Don't miss out! \xF0\x9F\x8F\x83\xE2\x80\x8D\xE2\x9E\xA1\xEF\xB8\x8F";  // U+1F3C3 U+200D U+27A1 U+FE0F
@@ -92,4 +92,4 @@ TEST_F(Localization, TranslatesThroughTheMainBundleAndTables) {
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace aurimo::platform

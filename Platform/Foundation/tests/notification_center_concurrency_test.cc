@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+namespace aurimo {
 namespace {
 
 using platform::Notification;
@@ -65,3 +66,5 @@ TEST(NotificationCenterConcurrency, RemoveWaitsForACallRunningOnAnotherThread) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+namespace aurimo {
 namespace {
 
 using platform::Notification;
@@ -122,3 +123,5 @@ TEST(NotificationCenter, WeakObserverIsSkippedAndPrunedOnceDead) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace aurimo {
 namespace {
 
 using platform::URL;
@@ -88,3 +89,5 @@ TEST(URLComponents, BuildsPercentEncodedURLs) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -6,9 +6,10 @@
 #include <limits>
 
 #include "platform/directories.h"
-#include "temporary_directory.h"
+#include "testing/temporary_directory.h"
 #include "testing/fake_clock.h"
 
+namespace aurimo {
 namespace {
 
 using platform::Data;
@@ -16,11 +17,11 @@ using platform::UserDefaults;
 
 class UserDefaultsTest : public ::testing::Test {
  protected:
-  foundation_tests::TemporaryDirectory tmp_;
+  test::TemporaryDirectory tmp_;
   std::filesystem::path settings_ = tmp_.path() / "settings";
   std::filesystem::path file_ = settings_ / "user-defaults.json";
-  std::shared_ptr<testing_support::FakeClock> clock_ =
-      std::make_shared<testing_support::FakeClock>(platform::dateFromUnixSeconds(1'700'000'000));
+  std::shared_ptr<test::FakeClock> clock_ =
+      std::make_shared<test::FakeClock>(platform::dateFromUnixSeconds(1'700'000'000));
   platform::ScopedReplacement<platform::Clock> pinClock_{platform::Clock::slot(), clock_};
   platform::ScopedReplacement<platform::Directories> pinDirectories_{
       platform::Directories::slot(),
@@ -56,8 +57,8 @@ TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheFileWithTheirTypes) {
   for (std::size_t size = 0; size < 4; ++size) {
     EXPECT_EQ(reloaded.dataForKey("data" + std::to_string(size)), Data(size, 0xFF));
   }
-  EXPECT_EQ(foundation_tests::permissions(file_), 0600u);
-  EXPECT_EQ(foundation_tests::permissions(settings_), 0700u);
+  EXPECT_EQ(test::permissions(file_), 0600u);
+  EXPECT_EQ(test::permissions(settings_), 0700u);
 }
 
 TEST_F(UserDefaultsTest, MissingKeysReadAsDefaultsAndRemovalPersists) {
@@ -133,3 +134,5 @@ TEST_F(UserDefaultsTest, StandardStoreLivesInTheSettingsDirectory) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -8,7 +8,7 @@
 #include "platform/clock.h"
 #include "platform/directories.h"
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 namespace {
 
 constexpr PHAccessLevel kLevels[] = {PHAccessLevel::addOnly, PHAccessLevel::readWrite};
@@ -77,4 +77,4 @@ std::optional<FileError> AuthorizationStore::saveLocked() const {
   return writeFileAtomically(file_, dataFromString(text));
 }
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

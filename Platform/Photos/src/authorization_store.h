@@ -15,7 +15,7 @@
 #include "platform/atomic_file.h"
 #include "platform/ph_authorization_status.h"
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 
 class AuthorizationStore {
  public:
@@ -41,4 +41,4 @@ class AuthorizationStore {
                                                  PHAuthorizationStatus::notDetermined};  // guarded by mutex_
 };
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

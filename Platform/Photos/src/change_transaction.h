@@ -7,7 +7,7 @@
 
 #include "platform/ph_asset_creation_request.h"
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 
 class ChangeTransaction {
  public:
@@ -33,4 +33,4 @@ class ChangeTransaction {
   std::vector<std::unique_ptr<PHAssetCreationRequest>> requests_;
 };
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

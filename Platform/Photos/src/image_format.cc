@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 namespace {
 
 bool startsWith(std::span<const std::uint8_t> bytes, std::span<const std::uint8_t> prefix) {
@@ -48,4 +48,4 @@ std::string_view imageFileExtension(std::span<const std::uint8_t> bytes) {
   return "";
 }
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

@@ -5,9 +5,9 @@
 #include <span>
 #include <string_view>
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 
 // "jpg", "png", "heic", or "" when the bytes are of no known format.
 std::string_view imageFileExtension(std::span<const std::uint8_t> bytes);
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

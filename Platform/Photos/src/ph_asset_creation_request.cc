@@ -5,7 +5,7 @@
 
 #include "change_transaction.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace internal {
 namespace {
 thread_local ChangeTransaction* currentTransaction = nullptr;
@@ -40,4 +40,4 @@ void PHAssetCreationRequest::addResource(PHAssetResourceType type, Data data,
   resources_.push_back(Resource{type, std::move(data), std::move(options)});
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

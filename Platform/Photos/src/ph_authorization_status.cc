@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 constexpr std::array<std::string_view, 5> kStatusNames{"notDetermined", "restricted", "denied", "authorized",
@@ -31,4 +31,4 @@ std::optional<PHAuthorizationStatus> authorizationStatusFromRawValue(int rawValu
   return static_cast<PHAuthorizationStatus>(rawValue);
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -20,7 +20,7 @@
 #include "platform/clock.h"
 #include "platform/directories.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 using Code = PHPhotosError::Code;
@@ -232,4 +232,4 @@ void PHPhotoLibrary::performChanges(ChangeBlock changeBlock, CompletionHandler c
   });
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -7,7 +7,7 @@
 
 #include "platform/localization.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 std::optional<PHAuthorizationStatus> authorizationStatusFor(PhotoPermissionAnswer answer) {
   switch (answer) {
@@ -59,4 +59,4 @@ PhotoPermissionAnswer TerminalPhotoPermissionPrompt::ask(PHAccessLevel level) {
   return answer;
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

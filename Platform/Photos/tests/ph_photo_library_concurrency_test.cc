@@ -10,7 +10,7 @@
 #include "platform/atomic_file.h"
 #include "testing/photo_library_environment.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 using Answer = PhotoPermissionAnswer;
@@ -63,7 +63,7 @@ Outcome save(std::vector<std::optional<Data>> photos, std::optional<std::string>
         }
       },
       [&outcome](bool success, std::optional<PHPhotosError> error) { outcome = {success, std::move(error)}; });
-  testing_support::PhotoLibraryEnvironment::drainChanges();
+  test::PhotoLibraryEnvironment::drainChanges();
   return outcome;
 }
 
@@ -81,7 +81,7 @@ TEST(PhotoLibraryAuthorization, AsksOnlyWhileUndecidedAndKeepsTheAnswer) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(static_cast<int>(c.answer));
-    testing_support::PhotoLibraryEnvironment env;
+    test::PhotoLibraryEnvironment env;
     env.prompt->push(c.answer);
     env.prompt->push(c.answer);
 
@@ -96,7 +96,7 @@ TEST(PhotoLibraryAuthorization, AsksOnlyWhileUndecidedAndKeepsTheAnswer) {
 }
 
 TEST(PhotoLibraryAuthorization, AnExistingDecisionIsNotAsked) {
-  testing_support::PhotoLibraryEnvironment env;
+  test::PhotoLibraryEnvironment env;
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::restricted));
   env.prompt->push(Answer::allow);
 
@@ -105,7 +105,7 @@ TEST(PhotoLibraryAuthorization, AnExistingDecisionIsNotAsked) {
 }
 
 TEST(PhotoLibraryAuthorization, ConcurrentRequestsShareOneQuestion) {
-  testing_support::PhotoLibraryEnvironment env;
+  test::PhotoLibraryEnvironment env;
   env.prompt->push(Answer::allow);
 
   auto first = std::async(std::launch::async, [] { return request(); });
@@ -135,7 +135,7 @@ TEST(PhotoLibraryChanges, SavesTheBytesUnchangedUnderANameForTheirFormat) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    testing_support::PhotoLibraryEnvironment env;
+    test::PhotoLibraryEnvironment env;
     env.clock->set(Date(std::chrono::milliseconds(1'700'000'000'123)));
     ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
 
@@ -168,7 +168,7 @@ TEST(PhotoLibraryChanges, AddsOnlyWithAuthorizedOrLimitedAccess) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(name(c.addOnly)) + "/" + std::string(name(c.readWrite)));
-    testing_support::PhotoLibraryEnvironment env;
+    test::PhotoLibraryEnvironment env;
     ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, c.addOnly));
     ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, c.readWrite));
 
@@ -182,7 +182,7 @@ TEST(PhotoLibraryChanges, AddsOnlyWithAuthorizedOrLimitedAccess) {
 }
 
 TEST(PhotoLibraryChanges, NamesStayUniqueWithinOneMillisecond) {
-  testing_support::PhotoLibraryEnvironment env;
+  test::PhotoLibraryEnvironment env;
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
 
   PHPhotoLibrary::shared().performChanges([] {
@@ -211,7 +211,7 @@ TEST(PhotoLibraryChanges, AnInvalidRequestFailsTheWholeChange) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    testing_support::PhotoLibraryEnvironment env;
+    test::PhotoLibraryEnvironment env;
     ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
 
     Outcome outcome = save(c.photos);
@@ -224,4 +224,4 @@ TEST(PhotoLibraryChanges, AnInvalidRequestFailsTheWholeChange) {
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -9,13 +9,13 @@
 #include "platform/photo_permission_prompt.h"
 #include "testing/photo_library_environment.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 using Status = PHAuthorizationStatus;
 
 TEST(PhotoLibraryState, DecisionsSurviveARestart) {
-  testing_support::PhotoLibraryEnvironment env;
+  test::PhotoLibraryEnvironment env;
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::limited));
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, Status::denied));
 
@@ -41,7 +41,7 @@ TEST(PhotoLibraryState, ReadsWhatItCanAndMovesUnusableFilesAside) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.content);
-    testing_support::PhotoLibraryEnvironment env;
+    test::PhotoLibraryEnvironment env;
     const std::filesystem::path file = PHPhotoLibrary::shared().stateFile();
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file) << c.content;
@@ -97,4 +97,4 @@ TEST(TerminalPhotoPermissionPrompt, DoesNotAskWithoutATerminal) {
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace aurimo::platform

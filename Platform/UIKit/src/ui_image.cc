@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 bool acceptableSize(std::size_t width, std::size_t height) {
@@ -203,4 +203,4 @@ std::optional<Data> UIImageJPEGRepresentation(const UIImage& image, double compr
   return out;
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -5,7 +5,7 @@
 
 #include "platform/ui_image.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 UIImage checker(CGImageAlphaInfo info, std::size_t width = 8, std::size_t height = 8) {
@@ -123,4 +123,4 @@ TEST(UIImageTest, CorruptedBytesNeverCrash) {
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace aurimo::platform

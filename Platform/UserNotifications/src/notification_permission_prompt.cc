@@ -7,7 +7,7 @@
 
 #include "platform/localization.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 NotificationPermissionAnswer TerminalNotificationPermissionPrompt::ask(UNAuthorizationOptions) {
   if (onlyOnTerminal_ && !isatty(fileno(input_))) return NotificationPermissionAnswer::noAnswer;
@@ -43,4 +43,4 @@ NotificationPermissionAnswer TerminalNotificationPermissionPrompt::ask(UNAuthori
   return answer;
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -3,7 +3,7 @@
 #include <exception>
 #include <memory>
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 namespace {
 
 using nlohmann::json;
@@ -122,4 +122,4 @@ bool decodeState(std::string_view text, UNAuthorizationStatus& status, std::vect
   }
 }
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

@@ -13,7 +13,7 @@
 #include "platform/un_notification_request.h"
 #include "platform/un_notification_settings.h"
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 
 struct PendingRequest {
   UNNotificationRequest request;
@@ -25,4 +25,4 @@ nlohmann::json encodeState(UNAuthorizationStatus status, const std::vector<Pendi
 [[nodiscard]] bool decodeState(std::string_view text, UNAuthorizationStatus& status,
                                std::vector<PendingRequest>& pending);
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

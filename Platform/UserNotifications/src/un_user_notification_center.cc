@@ -12,7 +12,7 @@
 #include "platform/dispatch_queue.h"
 #include "request_coding.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
 bool allowsDelivery(UNAuthorizationStatus status) {
@@ -248,4 +248,4 @@ void UNUserNotificationCenter::openNotification(const UNNotificationResponse& re
   }
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

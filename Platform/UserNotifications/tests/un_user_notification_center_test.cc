@@ -15,10 +15,10 @@
 #include "testing/fake_clock.h"
 #include "testing/scripted_permission_prompt.h"
 
-namespace platform {
+namespace aurimo::platform {
 namespace {
 
-using testing_support::ScriptedNotificationPermissionPrompt;
+using test::ScriptedNotificationPermissionPrompt;
 using Answer = NotificationPermissionAnswer;
 using Status = UNAuthorizationStatus;
 
@@ -80,7 +80,7 @@ class UserNotificationCenter : public testing::Test {
   }
 
   // 2023-11-14 22:13:20 UTC; reminders in Berlin.
-  std::shared_ptr<testing_support::FakeClock> clock_ = std::make_shared<testing_support::FakeClock>();
+  std::shared_ptr<test::FakeClock> clock_ = std::make_shared<test::FakeClock>();
   ScopedReplacement<Clock> pinClock_{Clock::slot(), clock_};
   ScopedReplacement<TimeZone> pinZone_{TimeZone::slot(), std::make_shared<TimeZone>(*TimeZone::named("Europe/Berlin"))};
   std::shared_ptr<ScriptedNotificationPermissionPrompt> prompt_ = std::make_shared<ScriptedNotificationPermissionPrompt>();
@@ -257,4 +257,4 @@ TEST(TerminalNotificationPermissionPrompt, ReadsYesOrNoUntilItGetsOne) {
 }
 
 }  // namespace
-}  // namespace platform
+}  // namespace aurimo::platform

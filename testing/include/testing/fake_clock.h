@@ -1,7 +1,7 @@
 #pragma once
 // FakeClock: a clock that moves only when a test moves it.
 //
-//   auto clock = std::make_shared<testing_support::FakeClock>(platform::dateFromUnixSeconds(1e9));
+//   auto clock = std::make_shared<test::FakeClock>(platform::dateFromUnixSeconds(1e9));
 //   platform::ScopedReplacement pin(platform::Clock::slot(), clock);
 //   clock->advance(60);
 
@@ -9,7 +9,7 @@
 
 #include "platform/clock.h"
 
-namespace testing_support {
+namespace aurimo::test {
 
 class FakeClock final : public platform::Clock {
  public:
@@ -26,4 +26,4 @@ class FakeClock final : public platform::Clock {
   std::atomic<platform::Date::rep> nanos_;
 };
 
-}  // namespace testing_support
+}  // namespace aurimo::test

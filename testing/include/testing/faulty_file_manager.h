@@ -8,7 +8,7 @@
 // Thread contract: the switches and the counter are atomic; forwarding is as
 // thread-safe as the wrapped manager.
 //
-//   testing_support::FaultyFileManager files;   // over the default manager
+//   test::FaultyFileManager files;   // over the default manager
 //   files.failWritesWithDiskFull(true);  // next write throws ENOSPC
 
 #include <atomic>
@@ -17,7 +17,7 @@
 
 #include "platform/file_manager.h"
 
-namespace testing_support {
+namespace aurimo::test {
 
 class FaultyFileManager : public platform::FileManager {
  public:
@@ -111,4 +111,4 @@ class FaultyFileManager : public platform::FileManager {
   std::atomic<int> injected_{0};
 };
 
-}  // namespace testing_support
+}  // namespace aurimo::test

@@ -7,7 +7,7 @@
 // Thread contract: create and destroy on the test's thread; wait for queued
 // photo-library work before the environment goes.
 //
-//   testing_support::PhotoLibraryEnvironment env;
+//   test::PhotoLibraryEnvironment env;
 //   env.prompt->push(platform::PhotoPermissionAnswer::allow);
 
 #include <algorithm>
@@ -24,7 +24,7 @@
 #include "testing/fake_clock.h"
 #include "testing/scripted_photo_permission_prompt.h"
 
-namespace testing_support {
+namespace aurimo::test {
 
 class PhotoLibraryEnvironment {
  public:
@@ -89,4 +89,4 @@ class PhotoLibraryEnvironment {
   std::optional<platform::ScopedReplacement<platform::PHPhotoLibrary>> library_;
 };
 
-}  // namespace testing_support
+}  // namespace aurimo::test

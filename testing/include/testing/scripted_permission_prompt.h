@@ -5,7 +5,7 @@
 //
 // Thread contract: any thread (the centre asks on a worker thread).
 //
-//   auto prompt = std::make_shared<testing_support::ScriptedNotificationPermissionPrompt>(
+//   auto prompt = std::make_shared<test::ScriptedNotificationPermissionPrompt>(
 //       std::vector{platform::NotificationPermissionAnswer::allow});
 
 #include <deque>
@@ -14,7 +14,7 @@
 
 #include "platform/notification_permission_prompt.h"
 
-namespace testing_support {
+namespace aurimo::test {
 
 class ScriptedNotificationPermissionPrompt final : public platform::NotificationPermissionPrompt {
  public:
@@ -47,4 +47,4 @@ class ScriptedNotificationPermissionPrompt final : public platform::Notification
   std::vector<platform::UNAuthorizationOptions> asked_;         // guarded by mutex_
 };
 
-}  // namespace testing_support
+}  // namespace aurimo::test

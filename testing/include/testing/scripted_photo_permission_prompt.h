@@ -5,7 +5,7 @@
 //
 // Thread contract: any thread (the library asks on a worker thread).
 //
-//   auto prompt = std::make_shared<testing_support::ScriptedPhotoPermissionPrompt>(
+//   auto prompt = std::make_shared<test::ScriptedPhotoPermissionPrompt>(
 //       std::vector{platform::PhotoPermissionAnswer::allow});
 
 #include <deque>
@@ -14,7 +14,7 @@
 
 #include "platform/photo_permission_prompt.h"
 
-namespace testing_support {
+namespace aurimo::test {
 
 class ScriptedPhotoPermissionPrompt final : public platform::PhotoPermissionPrompt {
  public:
@@ -47,4 +47,4 @@ class ScriptedPhotoPermissionPrompt final : public platform::PhotoPermissionProm
   std::vector<platform::PHAccessLevel> asked_;           // guarded by mutex_
 };
 
-}  // namespace testing_support
+}  // namespace aurimo::test

@@ -13,6 +13,7 @@
 
 #include <nlohmann/json.hpp>
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -236,3 +237,5 @@ TEST_F(AurimoCommandTest, DemoNarratesAndAnswersWithoutTouchingUserFolders) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -15,6 +15,7 @@
 
 #include <nlohmann/json.hpp>
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -140,3 +141,5 @@ TEST_F(CacheCommandTest, RejectsBadInputWithOneLine) {
 }
 
 }  // namespace
+
+}  // namespace aurimo

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -121,3 +122,5 @@ TEST_F(MediaEventsTest, ImageCacheWritesLandInTheRoutedStorageAndSurviveARestart
 }
 
 }  // namespace
+
+}  // namespace aurimo

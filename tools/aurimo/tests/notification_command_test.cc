@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <vector>
 
+namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
@@ -139,3 +140,5 @@ TEST_F(NotificationCommandTest, RunAnswersEachEventWithItsBroadcastsAndThePendin
 }
 
 }  // namespace
+
+}  // namespace aurimo

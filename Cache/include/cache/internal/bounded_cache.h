@@ -19,7 +19,7 @@
 #include <unordered_map>
 #include <utility>
 
-namespace cache::internal {
+namespace aurimo::cache::internal {
 
 template <class K, class V, class Hash = std::hash<K>>
 class BoundedCache {
@@ -208,4 +208,4 @@ class BoundedCache {
   std::size_t totalCost_ = 0;                 // guarded by mutex_
 };
 
-}  // namespace cache::internal
+}  // namespace aurimo::cache::internal

@@ -20,7 +20,7 @@
 #include "platform/data.h"
 #include "platform/file_manager.h"
 
-namespace cache::internal {
+namespace aurimo::cache::internal {
 
 class DiskDirectory {
  public:
@@ -64,4 +64,4 @@ class DiskDirectory {
   std::string path_;
 };
 
-}  // namespace cache::internal
+}  // namespace aurimo::cache::internal

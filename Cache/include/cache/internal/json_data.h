@@ -11,10 +11,10 @@
 
 #include "platform/data.h"
 
-namespace cache::internal {
+namespace aurimo::cache::internal {
 
 nlohmann::json jsonFromData(const platform::Data& data);
 // Throws nlohmann::json::type_error when `json` is not base64 text.
 platform::Data dataFromJSON(const nlohmann::json& json);
 
-}  // namespace cache::internal
+}  // namespace aurimo::cache::internal

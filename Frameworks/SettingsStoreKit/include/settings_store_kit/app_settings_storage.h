@@ -12,7 +12,7 @@
 #include <optional>
 #include <string_view>
 
-namespace SettingsStoreKit {
+namespace aurimo::SettingsStoreKit {
 
 struct AppSettingsStorage {
   struct AppContext {
@@ -28,4 +28,4 @@ struct AppSettingsStorage {
   };
 };
 
-}  // namespace SettingsStoreKit
+}  // namespace aurimo::SettingsStoreKit

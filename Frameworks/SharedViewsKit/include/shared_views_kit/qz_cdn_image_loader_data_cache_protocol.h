@@ -16,7 +16,7 @@
 
 #include "platform/data.h"
 
-namespace SharedViewsKit {
+namespace aurimo::SharedViewsKit {
 
 class QzCDNImageLoaderDataCacheProtocol {
  public:
@@ -30,4 +30,4 @@ class QzCDNImageLoaderDataCacheProtocol {
   virtual void write(const platform::Data& data, const std::string& key) = 0;
 };
 
-}  // namespace SharedViewsKit
+}  // namespace aurimo::SharedViewsKit

@@ -13,7 +13,7 @@
 
 #include "shared_views_kit/qz_cdn_image_loader_data_cache_protocol.h"
 
-namespace SharedViewsKit {
+namespace aurimo::SharedViewsKit {
 
 class QzCDNImageLoaderMemoryDataCache final : public QzCDNImageLoaderDataCacheProtocol {
  public:
@@ -25,4 +25,4 @@ class QzCDNImageLoaderMemoryDataCache final : public QzCDNImageLoaderDataCachePr
   std::unordered_map<std::string, platform::Data> entries_;  // guarded by mutex_
 };
 
-}  // namespace SharedViewsKit
+}  // namespace aurimo::SharedViewsKit

@@ -16,7 +16,7 @@
 
 #include "platform/url_components.h"
 
-namespace ToolboxKit {
+namespace aurimo::ToolboxKit {
 
 std::optional<std::string> value(const std::vector<platform::URLQueryItem>& items, std::string_view name);
 
@@ -30,4 +30,4 @@ class QueryItems {
   const std::vector<platform::URLQueryItem>& items_;
 };
 
-}  // namespace ToolboxKit
+}  // namespace aurimo::ToolboxKit

@@ -23,7 +23,7 @@
 
 #include "platform/data.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 struct FileError {
   std::string operation;  // "open", "read", "write", "fsync", "rename", ...
@@ -53,4 +53,4 @@ struct ReadFileResult {
   return writeFileAtomically(path, std::span<const std::uint8_t>(bytes), mode);
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

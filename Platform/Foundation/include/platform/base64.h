@@ -14,10 +14,10 @@
 
 #include "platform/data.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 std::string base64Encode(const Data& data);
 // Absent when `text` is not valid padded base64.
 std::optional<Data> base64Decode(std::string_view text);
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -20,7 +20,7 @@
 
 #include "platform/replaceable.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class Bundle {
  public:
@@ -44,4 +44,4 @@ class Bundle {
   std::filesystem::path localeDirectory_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -15,7 +15,7 @@
 #include "platform/date_components.h"
 #include "platform/time_zone.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class Calendar {
  public:
@@ -70,4 +70,4 @@ class Calendar {
   TimeZone timeZone_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -1,6 +1,6 @@
 #pragma once
 // Clock: the process's one source of "now". Nothing reads the system time
-// directly, so tests can pin time with testing_support::FakeClock.
+// directly, so tests can pin time with test::FakeClock.
 //
 // Thread contract: now() may be called from any thread.
 //
@@ -12,7 +12,7 @@
 
 #include "platform/replaceable.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 // A point in time, as the platform's Date: nanoseconds since the Unix epoch.
 using Date = std::chrono::system_clock::time_point;
@@ -44,4 +44,4 @@ class SystemClock final : public Clock {
   Date now() const override { return std::chrono::system_clock::now(); }
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform {
+namespace aurimo::platform {
 
 using Data = std::vector<std::uint8_t>;
 
@@ -19,4 +19,4 @@ inline std::string_view stringView(const Data& data) {
   return {reinterpret_cast<const char*>(data.data()), data.size()};
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

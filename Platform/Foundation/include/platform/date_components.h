@@ -12,7 +12,7 @@
 
 #include "platform/time_zone.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 struct DateComponents {
   std::optional<TimeZone> timeZone{};
@@ -31,4 +31,4 @@ struct DateComponents {
   friend bool operator==(const DateComponents&, const DateComponents&) = default;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

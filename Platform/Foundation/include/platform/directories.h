@@ -20,7 +20,7 @@
 
 #include "platform/replaceable.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class Directories {
  public:
@@ -62,4 +62,4 @@ class Directories {
   Locations locations_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -16,7 +16,7 @@
 
 #include "platform/clock.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class DispatchQueue;
 
@@ -49,4 +49,4 @@ class DispatchGroup {
   std::shared_ptr<internal::GroupState> state_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

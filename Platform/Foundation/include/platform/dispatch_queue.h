@@ -25,7 +25,7 @@
 
 #include "platform/clock.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class DispatchGroup;
 
@@ -128,4 +128,4 @@ std::invoke_result_t<F&> DispatchQueue::sync(F&& block) {
   }
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

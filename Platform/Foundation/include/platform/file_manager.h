@@ -2,7 +2,7 @@
 // FileManager: the file-system service of the cache and of anything else that
 // keeps many small files. One real implementation over POSIX calls
 // (defaultManager(), replaceable in tests); wrappers such as
-// testing_support::FaultyFileManager override single operations to inject
+// test::FaultyFileManager override single operations to inject
 // faults. Every failure is thrown as std::filesystem::filesystem_error
 // carrying the path and errno.
 //
@@ -25,7 +25,7 @@
 #include "platform/data.h"
 #include "platform/replaceable.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 struct FileAttributes {
   enum class Type { regular, directory, other };
@@ -152,4 +152,4 @@ class PosixFileManager : public FileManager {
 // The error every file operation throws: "<operation>: <strerror>" with the path and errno.
 [[noreturn]] void throwFileError(const char* operation, const std::string& path, int errnoValue);
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -15,7 +15,7 @@
 
 #include "platform/bundle.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 inline std::string NSLocalizedString(std::string_view key, [[maybe_unused]] std::string_view comment) {
   return Bundle::main().localizedString(key, {}, std::nullopt);
@@ -27,4 +27,4 @@ inline std::string NSLocalizedString(std::string_view key, std::optional<std::st
   return bundle.localizedString(key, value, tableName);
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

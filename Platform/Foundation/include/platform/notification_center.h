@@ -26,7 +26,7 @@
 
 #include "platform/replaceable.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 // An interned broadcast name: the text is stored once per process, so copies
 // are a pointer and comparisons are pointer comparisons.
@@ -135,11 +135,11 @@ void NotificationCenter::addObserver(std::weak_ptr<T> observer, NotificationName
       });
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform
 
 template <>
-struct std::hash<platform::NotificationName> {
-  std::size_t operator()(platform::NotificationName name) const noexcept {
+struct std::hash<aurimo::platform::NotificationName> {
+  std::size_t operator()(aurimo::platform::NotificationName name) const noexcept {
     return std::hash<const void*>()(name.value_);
   }
 };

@@ -15,7 +15,7 @@
 #include <mutex>
 #include <utility>
 
-namespace platform {
+namespace aurimo::platform {
 
 template <class T>
 class Replaceable {
@@ -67,4 +67,4 @@ class ScopedReplacement {
   std::shared_ptr<T> previous_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

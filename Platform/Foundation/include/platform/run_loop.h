@@ -10,7 +10,7 @@
 //   platform::DispatchQueue::main().async([] { platform::RunLoop::main().stop(); });
 //   platform::RunLoop::main().run();
 
-namespace platform {
+namespace aurimo::platform {
 
 namespace internal {
 class MainLoop;
@@ -38,4 +38,4 @@ class RunLoop {
   internal::MainLoop& loop_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

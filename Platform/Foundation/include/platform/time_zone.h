@@ -20,7 +20,7 @@
 #include "platform/clock.h"
 #include "platform/replaceable.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 namespace internal {
 class ZoneRules;
@@ -61,4 +61,4 @@ class TimeZone {
   std::shared_ptr<const internal::ZoneRules> rules_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

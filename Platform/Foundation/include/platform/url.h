@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform {
+namespace aurimo::platform {
 
 class URL {
  public:
@@ -42,4 +42,4 @@ std::string addingPercentEncoding(std::string_view text, URLCharacterSet allowed
 // Decodes %XX escapes; nullopt when an escape is malformed. '+' stays '+'.
 std::optional<std::string> removingPercentEncoding(std::string_view text);
 
-}  // namespace platform
+}  // namespace aurimo::platform

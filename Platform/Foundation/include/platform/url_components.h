@@ -20,7 +20,7 @@
 
 #include "platform/url.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 struct URLQueryItem {
   std::string name;
@@ -79,4 +79,4 @@ class URLComponents {
   std::optional<std::string> fragment_;  // percent-encoded, without "#"
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

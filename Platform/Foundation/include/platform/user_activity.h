@@ -13,7 +13,7 @@
 
 #include "platform/url.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 inline constexpr std::string_view NSUserActivityTypeBrowsingWeb = "NSUserActivityTypeBrowsingWeb";
 
@@ -22,4 +22,4 @@ struct NSUserActivity {
   std::optional<URL> webpageURL;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

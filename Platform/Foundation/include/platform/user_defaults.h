@@ -27,7 +27,7 @@
 #include "platform/data.h"
 #include "platform/replaceable.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class UserDefaults {
  public:
@@ -81,4 +81,4 @@ class UserDefaults {
   bool saveFailing_ = false;                           // guarded by mutex_
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -20,7 +20,7 @@
 #include "platform/clock.h"
 #include "platform/dispatch_queue.h"
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 
 [[noreturn]] void fail(const char* format, const std::string& detail);
 
@@ -221,4 +221,4 @@ class GroupState {
   std::vector<std::pair<std::shared_ptr<QueueCore>, std::function<void()>>> waiting_;  // guarded by mutex_
 };
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

@@ -5,7 +5,7 @@
 
 #include <date/tz.h>
 
-namespace platform::internal {
+namespace aurimo::platform::internal {
 
 class ZoneRules {
  public:
@@ -17,4 +17,4 @@ class ZoneRules {
   virtual date::local_info localInfo(date::local_seconds wallTime) const = 0;
 };
 
-}  // namespace platform::internal
+}  // namespace aurimo::platform::internal

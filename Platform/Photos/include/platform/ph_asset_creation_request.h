@@ -16,7 +16,7 @@
 
 #include "platform/data.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 namespace internal {
 class ChangeTransaction;
@@ -57,4 +57,4 @@ class PHAssetCreationRequest {
   std::vector<Resource> resources_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string_view>
 
-namespace platform {
+namespace aurimo::platform {
 
 enum class PHAuthorizationStatus : int {
   notDetermined = 0,
@@ -41,4 +41,4 @@ constexpr bool allowsAdding(PHAuthorizationStatus status) {
   return status == PHAuthorizationStatus::authorized || status == PHAuthorizationStatus::limited;
 }
 
-}  // namespace platform
+}  // namespace aurimo::platform

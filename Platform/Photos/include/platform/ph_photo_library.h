@@ -33,7 +33,7 @@
 #include "platform/photo_permission_prompt.h"
 #include "platform/replaceable.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class PHPhotoLibrary {
  public:
@@ -84,4 +84,4 @@ class PHPhotoLibrary {
   DispatchQueue changeQueue_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

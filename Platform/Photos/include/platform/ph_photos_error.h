@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace platform {
+namespace aurimo::platform {
 
 struct PHPhotosError {
   enum class Code : int {
@@ -24,4 +24,4 @@ struct PHPhotosError {
   std::string message;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -15,7 +15,7 @@
 
 #include "platform/ph_authorization_status.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 enum class PhotoPermissionAnswer {
   allow,
@@ -60,4 +60,4 @@ class FixedPhotoPermissionPrompt final : public PhotoPermissionPrompt {
   PhotoPermissionAnswer answer_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -10,7 +10,7 @@
 
 #include "platform/notification_center.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class UIApplication {
  public:
@@ -21,4 +21,4 @@ class UIApplication {
   }
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -15,7 +15,7 @@
 
 #include "platform/data.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 // How a bitmap's pixels carry alpha; the raw values are the platform's.
 enum class CGImageAlphaInfo : std::uint32_t {
@@ -80,4 +80,4 @@ std::optional<Data> UIImageJPEGRepresentation(const UIImage& image, double compr
 inline constexpr std::size_t kMaxImagePixels = std::size_t{1} << 26;
 inline constexpr std::size_t kMaxImageSide = 1 << 15;
 
-}  // namespace platform
+}  // namespace aurimo::platform

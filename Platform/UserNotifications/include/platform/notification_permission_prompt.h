@@ -14,7 +14,7 @@
 
 #include "platform/un_notification_settings.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 enum class NotificationPermissionAnswer {
   allow,
@@ -54,4 +54,4 @@ class FixedNotificationPermissionPrompt final : public NotificationPermissionPro
   NotificationPermissionAnswer answer_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

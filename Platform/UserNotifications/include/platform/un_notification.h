@@ -14,7 +14,7 @@
 #include "platform/clock.h"
 #include "platform/un_notification_request.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 // Raw values are the platform's bits: banner and sound together are 18.
 struct UNNotificationPresentationOptions {
@@ -43,4 +43,4 @@ struct UNNotificationResponse {
   std::string actionIdentifier = UNNotificationDefaultActionIdentifier;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

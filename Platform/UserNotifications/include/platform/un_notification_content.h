@@ -13,7 +13,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace platform {
+namespace aurimo::platform {
 
 struct UNNotificationSound {
   std::string name;  // empty: the system's default sound
@@ -59,4 +59,4 @@ class UNNotificationContent {
   UNMutableNotificationContent content_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -14,7 +14,7 @@
 #include "platform/un_notification_content.h"
 #include "platform/un_notification_trigger.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class UNNotificationRequest {
  public:
@@ -33,4 +33,4 @@ class UNNotificationRequest {
   std::shared_ptr<const UNNotificationTrigger> trigger_;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-namespace platform {
+namespace aurimo::platform {
 
 // The raw values are what gets stored, so they must not change.
 enum class UNAuthorizationStatus : int {
@@ -40,4 +40,4 @@ struct UNNotificationSettings {
   UNAuthorizationStatus authorizationStatus = UNAuthorizationStatus::notDetermined;
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

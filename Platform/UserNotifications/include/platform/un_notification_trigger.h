@@ -14,7 +14,7 @@
 #include "platform/clock.h"
 #include "platform/date_components.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class UNNotificationTrigger {
  public:
@@ -60,4 +60,4 @@ class UNPushNotificationTrigger final : public UNNotificationTrigger {
   UNPushNotificationTrigger() : UNNotificationTrigger(false) {}
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

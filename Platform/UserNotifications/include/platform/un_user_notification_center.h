@@ -33,7 +33,7 @@
 #include "platform/un_notification_request.h"
 #include "platform/un_notification_settings.h"
 
-namespace platform {
+namespace aurimo::platform {
 
 class UNUserNotificationCenter;
 
@@ -107,4 +107,4 @@ class UNUserNotificationCenter {
   std::shared_ptr<State> state_;  // shared with queued work, which may outlive this object
 };
 
-}  // namespace platform
+}  // namespace aurimo::platform

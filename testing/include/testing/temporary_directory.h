@@ -1,12 +1,16 @@
 #pragma once
-// A fresh folder under $TMPDIR for one test, removed with everything in it.
+// TemporaryDirectory: a fresh folder under $TMPDIR for one test, removed
+// with everything in it.
+//
+//   aurimo::test::TemporaryDirectory dir;
+//   writeFile(dir.path() / "a.json");
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
 
-namespace foundation_tests {
+namespace aurimo::test {
 
 struct TemporaryDirectory {
   TemporaryDirectory() {
@@ -27,4 +31,4 @@ inline unsigned permissions(const std::filesystem::path& path) {
   return info.st_mode & 0777;
 }
 
-}  // namespace foundation_tests
+}  // namespace aurimo::test
