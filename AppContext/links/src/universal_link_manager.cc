@@ -74,8 +74,8 @@ std::ostream& operator<<(std::ostream& out, const UniversalLinkManager::ShouldGo
   return out;
 }
 
-std::shared_ptr<UniversalLinkManager> UniversalLinkManager::create() {
-  return std::make_shared<UniversalLinkManager>(Passkey{});
+std::shared_ptr<UniversalLinkManager> UniversalLinkManager::create(const platform::Services& services) {
+  return std::make_shared<UniversalLinkManager>(Passkey{}, services);
 }
 
 platform::NotificationName UniversalLinkManager::valueForShouldGoToDidChangeNotification() {
@@ -130,7 +130,7 @@ bool UniversalLinkManager::routeLink(const platform::NSUserActivity& userActivit
     if (!text) return false;
     std::optional<std::int64_t> version = parseStrictInt64(*text);
     if (!version) return false;
-    OnboardingSettings::setOnboardingVersion(*version);
+    OnboardingSettings::setOnboardingVersion(*version, *services_.userDefaults);
     return true;
   }
   if (event == "home_tab") {
@@ -170,7 +170,7 @@ void UniversalLinkManager::store(ShouldGoTo route) {
   shouldGoTo_ = std::move(route);
   // Observers read shouldGoTo() when this arrives; the post carries no value.
   platform::DispatchQueue::main().async([self = shared_from_this()] {
-    platform::NotificationCenter::defaultCenter().post(valueForShouldGoToDidChangeNotification(), self.get());
+    self->services_.notificationCenter->post(valueForShouldGoToDidChangeNotification(), self.get());
   });
 }
 

@@ -11,25 +11,27 @@ using platform::PHAccessLevel;
 using platform::PHAuthorizationStatus;
 using platform::PHPhotoLibrary;
 
+PhotoLibraryManager::PhotoLibraryManager(std::shared_ptr<PHPhotoLibrary> library) : library_(std::move(library)) {}
+
 bool PhotoLibraryManager::canRequestPermissions() const {
-  return PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly) == PHAuthorizationStatus::notDetermined;
+  return library_->authorizationStatusOf(PHAccessLevel::addOnly) == PHAuthorizationStatus::notDetermined;
 }
 
 bool PhotoLibraryManager::photoLibraryHasAddPermissionOrMore() const {
   // Deliberately narrow: limited access is not counted.
-  return PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly) == PHAuthorizationStatus::authorized;
+  return library_->authorizationStatusOf(PHAccessLevel::addOnly) == PHAuthorizationStatus::authorized;
 }
 
 void PhotoLibraryManager::requestAuthorization(AuthorizationCompletion completion) const {
-  PHPhotoLibrary::requestAuthorization(PHAccessLevel::addOnly,
-                                       [completion = std::move(completion)](PHAuthorizationStatus status) {
-                                         if (completion) completion(status);
-                                       });
+  library_->requestAuthorizationOf(PHAccessLevel::addOnly,
+                                   [completion = std::move(completion)](PHAuthorizationStatus status) {
+                                     if (completion) completion(status);
+                                   });
 }
 
 void PhotoLibraryManager::savePhotoData(platform::Data data) const {
   // The block is run once, so the bytes can move into the request.
-  PHPhotoLibrary::shared().performChanges([bytes = std::move(data)]() mutable {
+  library_->performChanges([bytes = std::move(data)]() mutable {
     platform::PHAssetCreationRequest::forAsset().addResource(platform::PHAssetResourceType::photo, std::move(bytes));
   });
 }

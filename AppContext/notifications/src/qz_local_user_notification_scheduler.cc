@@ -10,6 +10,7 @@
 #include "platform/application.h"
 #include "platform/bundle.h"
 #include "platform/calendar.h"
+#include "platform/dispatch_group.h"
 #include "platform/dispatch_queue.h"
 #include "platform/localization.h"
 #include "platform/un_user_notification_center.h"
@@ -42,9 +43,10 @@ Date reminderTime(const Calendar& calendar, Date trialStartDate, Date trialEndDa
 
 }  // namespace
 
-std::shared_ptr<QzLocalUserNotificationScheduler> QzLocalUserNotificationScheduler::create() {
-  auto scheduler = std::make_shared<QzLocalUserNotificationScheduler>(Passkey{});
-  platform::NotificationCenter& center = platform::NotificationCenter::defaultCenter();
+std::shared_ptr<QzLocalUserNotificationScheduler> QzLocalUserNotificationScheduler::create(
+    const platform::Services& services) {
+  auto scheduler = std::make_shared<QzLocalUserNotificationScheduler>(Passkey{}, services);
+  platform::NotificationCenter& center = *services.notificationCenter;
   center.addObserver<QzLocalUserNotificationScheduler>(
       scheduler, platform::UIApplication::willEnterForegroundNotification(), nullptr,
       [](QzLocalUserNotificationScheduler& self, const platform::Notification& notification) {
@@ -59,12 +61,12 @@ std::shared_ptr<QzLocalUserNotificationScheduler> QzLocalUserNotificationSchedul
 }
 
 void QzLocalUserNotificationScheduler::applicationWillEnterForegroundNotification(const platform::Notification&) {
-  DispatchQueue::global().async(beginWork(), [self = shared_from_this()] { self->updateSchedule(nullptr); });
+  DispatchQueue::global().async([self = shared_from_this()] { self->updateSchedule(nullptr); });
 }
 
 void QzLocalUserNotificationScheduler::userNotificationManagerSystemAllowsToUseNotificationsValueDidChangeNotification(
     const platform::Notification&) {
-  DispatchQueue::global().async(beginWork(), [self = shared_from_this()] { self->updateSchedule(nullptr); });
+  DispatchQueue::global().async([self = shared_from_this()] { self->updateSchedule(nullptr); });
 }
 
 QzLocalUserNotificationScheduler::ScheduleDiscount QzLocalUserNotificationScheduler::scheduleDiscount() const {
@@ -79,17 +81,17 @@ void QzLocalUserNotificationScheduler::setScheduleDiscount(ScheduleDiscount sche
 
 void QzLocalUserNotificationScheduler::updateSchedule(std::function<void()> completionHandler) {
   DispatchQueue::global().async(
-      beginWork(), [self = shared_from_this(), completionHandler = std::move(completionHandler)]() mutable {
+      [self = shared_from_this(), completionHandler = std::move(completionHandler)]() mutable {
         {
           std::lock_guard lock(self->safeAccessLock_);
           self->updateLocked();
         }
-        if (completionHandler) DispatchQueue::global().async(self->beginWork(), std::move(completionHandler));
+        if (completionHandler) DispatchQueue::global().async(std::move(completionHandler));
       });
 }
 
 void QzLocalUserNotificationScheduler::updateLocked() {
-  UNUserNotificationCenter& center = UNUserNotificationCenter::current();
+  UNUserNotificationCenter& center = *services_.userNotificationCenter;
   // The centre answers on another thread; shared so a late leave() never outlives it.
   auto answered = std::make_shared<platform::DispatchGroup>();
 
@@ -124,18 +126,18 @@ void QzLocalUserNotificationScheduler::updateLocked() {
 
 void QzLocalUserNotificationScheduler::scheduleTrialExpirationReminder(platform::Date trialStartDate,
                                                                        platform::Date trialEndDate) {
-  const Calendar calendar = Calendar::current();
+  const Calendar calendar = services_.calendar();
   const Date reminder = reminderTime(calendar, trialStartDate, trialEndDate);
-  if (secondsBetween(platform::Clock::current().now(), reminder) <= 0) return;
+  if (secondsBetween(services_.clock->now(), reminder) <= 0) return;
 
   platform::UNMutableNotificationContent content;
   content.title = platform::NSLocalizedString(
-      "Don't miss out! \U0001F3C3\u200D\u27A1\uFE0F", std::nullopt, platform::Bundle::main(), "",
+      "Don't miss out! \U0001F3C3\u200D\u27A1\uFE0F", std::nullopt, *services_.bundle, "",
       "Title of the local notification sent a day before the free trial period ends, encouraging the user to keep "
       "using the app.");
   content.body = platform::NSLocalizedString(
       "You still have time to explore Aurimo! Find out what your collectibles could be worth and more \U0001F4B0",
-      std::nullopt, platform::Bundle::main(), "",
+      std::nullopt, *services_.bundle, "",
       "Body of the local notification sent a day before the free trial period ends, encouraging the user to keep "
       "using the app.");
   content.sound = platform::UNNotificationSound::defaultSound();
@@ -147,20 +149,9 @@ void QzLocalUserNotificationScheduler::scheduleTrialExpirationReminder(platform:
           {Component::year, Component::month, Component::day, Component::hour, Component::minute, Component::second},
           reminder),
       /*repeats=*/false);
-  UNUserNotificationCenter::current().add(
+  services_.userNotificationCenter->add(
       platform::UNNotificationRequest(std::string(trialExpirationReminderIdentifier), content, std::move(trigger)),
       nullptr);
-}
-
-platform::DispatchGroup& QzLocalUserNotificationScheduler::beginWork() {
-  workStarted_.fetch_add(1, std::memory_order_relaxed);
-  return backgroundWork_;
-}
-
-bool QzLocalUserNotificationScheduler::waitUntilIdle() {
-  backgroundWork_.wait();
-  const std::uint64_t started = workStarted_.load(std::memory_order_relaxed);
-  return workSeen_.exchange(started, std::memory_order_relaxed) != started;
 }
 
 }  // namespace aurimo

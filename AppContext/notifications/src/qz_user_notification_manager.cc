@@ -1,6 +1,5 @@
 #include "app_context/notifications/qz_user_notification_manager.h"
 
-#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -58,11 +57,12 @@ NotificationName QzUserNotificationManager::userNotificationOpensAppNotification
   return name;
 }
 
-std::shared_ptr<QzUserNotificationManager> QzUserNotificationManager::create() {
-  auto manager = std::make_shared<QzUserNotificationManager>(Passkey{});
-  UNUserNotificationCenter::current().setDelegate(manager);
+std::shared_ptr<QzUserNotificationManager> QzUserNotificationManager::create(const platform::Services& services) {
+  platform::dispatchPreconditionOnMain();
+  auto manager = std::make_shared<QzUserNotificationManager>(Passkey{}, services);
+  services.userNotificationCenter->setDelegate(manager);
   manager->refreshPermission();
-  NotificationCenter::defaultCenter().addObserver<QzUserNotificationManager>(
+  services.notificationCenter->addObserver<QzUserNotificationManager>(
       manager, platform::UIApplication::willEnterForegroundNotification(), nullptr,
       [](QzUserNotificationManager& self, const platform::Notification& notification) {
         self.applicationWillEnterForegroundNotification(notification);
@@ -71,21 +71,21 @@ std::shared_ptr<QzUserNotificationManager> QzUserNotificationManager::create() {
 }
 
 bool QzUserNotificationManager::systemAllowsToUseNotifications() const {
-  return platform::UserDefaults::standard().boolForKey(systemAllowsToUseNotificationsKey);
+  return services_.userDefaults->boolForKey(systemAllowsToUseNotificationsKey);
 }
 
 UNAuthorizationStatus QzUserNotificationManager::cachedSystemAuthorizationStatus() const {
   // Not validated: whatever integer is stored comes back as is.
   return static_cast<UNAuthorizationStatus>(
-      platform::UserDefaults::standard().integerForKey(cachedSystemAuthorizationStatusKey));
+      services_.userDefaults->integerForKey(cachedSystemAuthorizationStatusKey));
 }
 
 void QzUserNotificationManager::setSystemAllowsToUseNotifications(bool allowed) {
-  platform::UserDefaults::standard().set(allowed, systemAllowsToUseNotificationsKey);
+  services_.userDefaults->set(allowed, systemAllowsToUseNotificationsKey);
 }
 
 void QzUserNotificationManager::setCachedSystemAuthorizationStatus(UNAuthorizationStatus status) {
-  platform::UserDefaults::standard().set(static_cast<int>(status), cachedSystemAuthorizationStatusKey);
+  services_.userDefaults->set(static_cast<int>(status), cachedSystemAuthorizationStatusKey);
 }
 
 void QzUserNotificationManager::applicationWillEnterForegroundNotification(const platform::Notification&) {
@@ -93,9 +93,8 @@ void QzUserNotificationManager::applicationWillEnterForegroundNotification(const
 }
 
 void QzUserNotificationManager::refreshPermission() {
-  beginWork();
   DispatchQueue::global().async([self = shared_from_this()] {
-    UNUserNotificationCenter::current().getNotificationSettings([self](platform::UNNotificationSettings settings) {
+    self->services_.userNotificationCenter->getNotificationSettings([self](platform::UNNotificationSettings settings) {
       self->setCachedSystemAuthorizationStatus(settings.authorizationStatus);
       // Provisional and ephemeral delivery do not count as allowed.
       const bool allowed = settings.authorizationStatus == UNAuthorizationStatus::authorized;
@@ -103,18 +102,16 @@ void QzUserNotificationManager::refreshPermission() {
         DispatchQueue::main().async([self, allowed] {
           self->setSystemAllowsToUseNotifications(allowed);
           const bool stored = self->systemAllowsToUseNotifications();
-          NotificationCenter& center = NotificationCenter::defaultCenter();
+          NotificationCenter& center = *self->services_.notificationCenter;
           center.post(systemAllowsToUseNotificationsValueDidChangeNotification(), self.get(), {{"new", stored}});
           center.post(didInitialSetupNotificationsPermissonsOrChanged(), self.get(), {{"authStatus", stored}});
         });
       }
-      self->backgroundWork_.leave();
     });
   });
 }
 
 void QzUserNotificationManager::requestAuthorization(RequestAuthorizationCompletion completion) {
-  beginWork();
   auto finish = [self = shared_from_this(), completion = std::move(completion)](
                     bool granted, std::optional<platform::UNError> error) {
     if (error) {
@@ -122,10 +119,9 @@ void QzUserNotificationManager::requestAuthorization(RequestAuthorizationComplet
       DispatchQueue::main().async([completion, error] {
         if (completion) completion(false, error);
       });
-      self->backgroundWork_.leave();
       return;
     }
-    UNUserNotificationCenter::current().getNotificationSettings(
+    self->services_.userNotificationCenter->getNotificationSettings(
         [self, completion, granted](platform::UNNotificationSettings settings) {
           DispatchQueue::main().async([self, completion, granted, settings] {
             self->setCachedSystemAuthorizationStatus(settings.authorizationStatus);
@@ -134,7 +130,7 @@ void QzUserNotificationManager::requestAuthorization(RequestAuthorizationComplet
             if (changed) self->setSystemAllowsToUseNotifications(granted);
             // The broadcasts go out after the caller has its answer.
             DispatchQueue::main().async([self, granted, changed] {
-              NotificationCenter& center = NotificationCenter::defaultCenter();
+              NotificationCenter& center = *self->services_.notificationCenter;
               if (changed) {
                 center.post(systemAllowsToUseNotificationsValueDidChangeNotification(), self.get(),
                             {{"new", self->systemAllowsToUseNotifications()}});
@@ -144,15 +140,13 @@ void QzUserNotificationManager::requestAuthorization(RequestAuthorizationComplet
             });
             if (completion) completion(granted, std::nullopt);
           });
-          self->backgroundWork_.leave();
         });
   };
-  UNUserNotificationCenter::current().requestAuthorization({kRequestedOptions}, std::move(finish));
+  services_.userNotificationCenter->requestAuthorization({kRequestedOptions}, std::move(finish));
 }
 
 void QzUserNotificationManager::requestAuthorizationIfPossible(RequestAuthorizationIfPossibleCompletion completion) {
-  beginWork();
-  UNUserNotificationCenter::current().getNotificationSettings(
+  services_.userNotificationCenter->getNotificationSettings(
       [self = shared_from_this(), completion = std::move(completion)](platform::UNNotificationSettings settings) {
         switch (settings.authorizationStatus) {
           case UNAuthorizationStatus::authorized:
@@ -172,7 +166,6 @@ void QzUserNotificationManager::requestAuthorizationIfPossible(RequestAuthorizat
             });
             break;
         }
-        self->backgroundWork_.leave();
       });
 }
 
@@ -206,7 +199,7 @@ void QzUserNotificationManager::userNotificationCenter(
   const Options options{fromPush ? Options::banner | Options::sound : Options::banner};
   if (completionHandler) completionHandler(options);
   // Posted for every notification shown in the foreground, local ones included.
-  NotificationCenter::defaultCenter().post(userGetPushNotification());
+  services_.notificationCenter->post(userGetPushNotification());
 }
 
 void QzUserNotificationManager::userNotificationCenter(UNUserNotificationCenter& center,
@@ -224,20 +217,9 @@ void QzUserNotificationManager::userNotificationCenter(UNUserNotificationCenter&
   }
   DispatchQueue::main().async(
       [self = shared_from_this(), info = std::move(info), completionHandler = std::move(completionHandler)] {
-        NotificationCenter::defaultCenter().post(userNotificationOpensAppNotification(), self.get(), info);
+        self->services_.notificationCenter->post(userNotificationOpensAppNotification(), self.get(), info);
         if (completionHandler) completionHandler();
       });
-}
-
-void QzUserNotificationManager::beginWork() {
-  workStarted_.fetch_add(1, std::memory_order_relaxed);
-  backgroundWork_.enter();
-}
-
-bool QzUserNotificationManager::waitUntilIdle() {
-  backgroundWork_.wait();
-  const std::uint64_t started = workStarted_.load(std::memory_order_relaxed);
-  return workSeen_.exchange(started, std::memory_order_relaxed) != started;
 }
 
 }  // namespace aurimo

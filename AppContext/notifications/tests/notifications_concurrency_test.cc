@@ -48,7 +48,7 @@ TEST(NotificationsConcurrency, OverlappingUpdatesNeverInterleaveAndEachCompletes
       // The first update holds the lock until every other one has been started.
       released.wait(lock, [&] { return call > 0 || open; });
     }
-    NotificationEnvironment::center().add(discountReminder("discount-" + std::to_string(call)), nullptr);
+    env.userNotificationCenter().add(discountReminder("discount-" + std::to_string(call)), nullptr);
     {
       std::lock_guard lock(mutex);
       trace.push_back("exit");
@@ -75,7 +75,7 @@ TEST(NotificationsConcurrency, OverlappingUpdatesNeverInterleaveAndEachCompletes
     open = true;
   }
   released.notify_all();
-  scheduler->waitUntilIdle();
+  env.runUntilIdle();
 
   EXPECT_EQ(calls, kThreads * kPerThread + kForegrounds);
   for (const auto& count : completions) EXPECT_EQ(count, 1);
@@ -83,13 +83,13 @@ TEST(NotificationsConcurrency, OverlappingUpdatesNeverInterleaveAndEachCompletes
   for (int i = 0; i < calls; ++i) alternating.insert(alternating.end(), {"enter", "exit"});
   EXPECT_EQ(trace, alternating);
   // Each update removed its predecessor's reminder before filing its own.
-  EXPECT_EQ(NotificationEnvironment::pendingIdentifiers(), std::vector<std::string>{"discount-" + std::to_string(calls - 1)});
+  EXPECT_EQ(env.pendingIdentifiers(), std::vector<std::string>{"discount-" + std::to_string(calls - 1)});
 }
 
 TEST(NotificationsConcurrency, TapsFromManyThreadsCompleteOnceWhileTheInterceptorChanges) {
   NotificationEnvironment env;
   auto manager = QzUserNotificationManager::create();
-  env.settle(manager.get());
+  env.runUntilIdle();
 
   constexpr int kThreads = 4, kPerThread = 25;
   std::atomic<int> completions{0};
@@ -111,7 +111,7 @@ TEST(NotificationsConcurrency, TapsFromManyThreadsCompleteOnceWhileTheIntercepto
       platform::UNMutableNotificationContent content;
       content.categoryIdentifier = "DiscountReminder";
       for (int i = 0; i < kPerThread; ++i) {
-        NotificationEnvironment::center().openNotification(
+        env.userNotificationCenter().openNotification(
             {platform::UNNotification{platform::Clock::current().now(), platform::UNNotificationRequest("tap", content, nullptr)}},
             [&] { ++completions; });
         (void)manager->latestNotificationResponseInfo();
@@ -121,7 +121,7 @@ TEST(NotificationsConcurrency, TapsFromManyThreadsCompleteOnceWhileTheIntercepto
   for (std::thread& thread : tappers) thread.join();
   done = true;
   swapper.join();
-  platform::RunLoop::main().runUntilIdle();
+  env.runUntilIdle();
 
   EXPECT_EQ(completions, kThreads * kPerThread);
   EXPECT_EQ(env.broadcasts().size(), std::size_t(kThreads * kPerThread - consumed));

@@ -25,7 +25,7 @@ platform::UNNotificationRequest request(std::string identifier, std::string cate
           std::make_shared<platform::UNCalendarNotificationTrigger>(DateComponents{.hour = 12}, true)};
 }
 
-void add(const platform::UNNotificationRequest& r) { NotificationEnvironment::center().add(r, nullptr); }
+void add(const platform::UNNotificationRequest& r) { platform::UNUserNotificationCenter::current().add(r, nullptr); }
 
 Date local(int year, int month, int day, int hour, int minute, int second = 0) {
   return *platform::Calendar::current().date(
@@ -40,7 +40,7 @@ TEST(QzLocalUserNotificationScheduler, UpdatesReplaceDiscountRemindersOnlyWhenAu
     env.setStatus(status);
     const std::vector<std::string> before{"discount-1", "trial_expiration_reminder", "other", "discount-2", "near-miss"};
     for (const char* category : {"DiscountReminder", "TrialExpirationReminder", "Other", "DiscountReminder", "discountReminder"}) {
-      add(request(before[NotificationEnvironment::pending().size()], category));
+      add(request(before[env.pending().size()], category));
     }
     auto scheduler = QzLocalUserNotificationScheduler::create();
     std::atomic<int> discounts{0}, completions{0};
@@ -53,13 +53,13 @@ TEST(QzLocalUserNotificationScheduler, UpdatesReplaceDiscountRemindersOnlyWhenAu
     platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
     platform::NotificationCenter::defaultCenter().post(
         QzUserNotificationManager::systemAllowsToUseNotificationsValueDidChangeNotification());
-    scheduler->waitUntilIdle();
+    env.runUntilIdle();
 
     EXPECT_EQ(completions, 1);
     const bool authorized = status == Status::authorized;
     EXPECT_EQ(discounts, authorized ? 3 : 0);
     const std::vector<std::string> after{"trial_expiration_reminder", "other", "near-miss", "discount-fresh"};
-    EXPECT_EQ(NotificationEnvironment::pendingIdentifiers(), authorized ? after : before);
+    EXPECT_EQ(env.pendingIdentifiers(), authorized ? after : before);
   }
 }
 
@@ -133,7 +133,7 @@ TEST(QzLocalUserNotificationScheduler, TrialReminderTimeFollowsTheLengthAndTheDa
     add(request("unrelated", "Other"));
     QzLocalUserNotificationScheduler::create()->scheduleTrialExpirationReminder(c.start, c.end);
 
-    const std::vector<platform::UNNotificationRequest> pending = NotificationEnvironment::pending();
+    const std::vector<platform::UNNotificationRequest> pending = env.pending();
     ASSERT_EQ(pending.size(), c.expected ? 2u : 1u) << "nothing is removed, at most one is added";
     if (!c.expected) continue;
     const auto* trigger = dynamic_cast<const platform::UNCalendarNotificationTrigger*>(pending[1].trigger().get());
@@ -150,7 +150,7 @@ TEST(QzLocalUserNotificationScheduler, TrialReminderContentAndIdentifierAreFixed
   scheduler->scheduleTrialExpirationReminder(local(2025, 1, 10, 12, 0), local(2025, 1, 17, 12, 0));
   scheduler->scheduleTrialExpirationReminder(local(2025, 1, 10, 12, 0), local(2025, 1, 18, 12, 0));
 
-  const std::vector<platform::UNNotificationRequest> pending = NotificationEnvironment::pending();
+  const std::vector<platform::UNNotificationRequest> pending = env.pending();
   ASSERT_EQ(pending.size(), 1u) << "the fixed identifier replaces the earlier reminder";
   const platform::UNNotificationRequest& reminder = pending[0];
   EXPECT_EQ(reminder.identifier(), "trial_expiration_reminder");

@@ -56,16 +56,16 @@ TEST(QzUserNotificationManager, RefreshStoresTheStatusAndBroadcastsOnlyAChangeOf
     if (c.stored) UserDefaults::standard().set(*c.stored, kAllowsKey);
     env.setStatus(c.status);
     auto manager = QzUserNotificationManager::create();
-    env.settle(manager.get());
+    env.runUntilIdle();
     EXPECT_EQ(UserDefaults::standard().integerForKey(kStatusKey), int(c.status));
     EXPECT_EQ(UserDefaults::standard().boolForKey(kAllowsKey), c.status == Status::authorized);
     EXPECT_EQ(env.broadcasts(), c.broadcasts);
     foreground();  // nothing changed since
-    env.settle(manager.get());
+    env.runUntilIdle();
     EXPECT_TRUE(env.broadcasts().empty());
     env.setStatus(c.status == Status::authorized ? Status::denied : Status::authorized);
     foreground();
-    env.settle(manager.get());
+    env.runUntilIdle();
     EXPECT_EQ(env.broadcasts().size(), 2u);
   }
 }
@@ -92,7 +92,7 @@ TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompl
     NotificationEnvironment env;
     env.setStatus(c.before);
     auto manager = QzUserNotificationManager::create();
-    env.settle(manager.get());
+    env.runUntilIdle();
     UserDefaults::standard().set(c.stored, kAllowsKey);
     env.broadcasts();
     if (c.answer) env.prompt->push(*c.answer);
@@ -105,7 +105,7 @@ TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompl
       order = env.broadcasts();
       order.push_back("completion");
     });
-    env.settle(manager.get());
+    env.runUntilIdle();
 
     EXPECT_EQ(order, std::vector<std::string>{"completion"}) << "broadcasts come after the caller's answer";
     ASSERT_EQ(env.prompt->asked().size(), c.answer ? 1u : 0u);
@@ -130,14 +130,14 @@ TEST(QzUserNotificationManager, RequestIfPossibleAsksOnlyAnUndecidedUserAndSwall
       NotificationEnvironment env;
       if (failingStore) {
         std::ofstream(env.root() / "file") << "not a folder";
-        env.restartCenter(env.root() / "file");
+        env.restartUserNotificationCenter(env.root() / "file");
       }
       env.setStatus(status);
       env.prompt->push(NotificationPermissionAnswer::deny);  // even a refusal counts as possible
       auto manager = QzUserNotificationManager::create();
       std::vector<bool> results;
       manager->requestAuthorizationIfPossible([&](bool answer) { results.push_back(answer); });
-      env.settle(manager.get());
+      env.runUntilIdle();
       EXPECT_EQ(results, std::vector<bool>{possible});
       EXPECT_EQ(env.prompt->asked().size(), status == Status::notDetermined ? 1u : 0u);
     }
@@ -145,16 +145,16 @@ TEST(QzUserNotificationManager, RequestIfPossibleAsksOnlyAnUndecidedUserAndSwall
     // requestAuthorization reports the error and changes nothing.
     NotificationEnvironment env;
     std::ofstream(env.root() / "file") << "not a folder";
-    env.restartCenter(env.root() / "file");
+    env.restartUserNotificationCenter(env.root() / "file");
     env.prompt->push(NotificationPermissionAnswer::allow);
     auto manager = QzUserNotificationManager::create();
-    env.settle(manager.get());
+    env.runUntilIdle();
     std::optional<platform::UNError> failure;
     manager->requestAuthorization([&](bool granted, std::optional<platform::UNError> error) {
       EXPECT_FALSE(granted);
       failure = error;
     });
-    env.settle(manager.get());
+    env.runUntilIdle();
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->code, platform::UNError::Code::storageFailed);
     EXPECT_TRUE(env.broadcasts().empty());
@@ -165,7 +165,7 @@ TEST(QzUserNotificationManager, RequestIfPossibleAsksOnlyAnUndecidedUserAndSwall
 TEST(QzUserNotificationManager, ForegroundPresentationAndTaps) {
   NotificationEnvironment env;
   auto manager = QzUserNotificationManager::create();
-  env.settle(manager.get());
+  env.runUntilIdle();
   const std::string push = "QzUserNotificationManager.userGetPushNotification null";
   const std::pair<std::shared_ptr<const platform::UNNotificationTrigger>, std::uint32_t> presentations[] = {
       {std::make_shared<platform::UNPushNotificationTrigger>(), 18},
@@ -173,7 +173,7 @@ TEST(QzUserNotificationManager, ForegroundPresentationAndTaps) {
       {nullptr, 16}};
   for (const auto& [trigger, options] : presentations) {
     std::vector<std::string> seen;
-    env.center().presentNotification(notification("", trigger), [&](platform::UNNotificationPresentationOptions o) {
+    env.userNotificationCenter().presentNotification(notification("", trigger), [&](platform::UNNotificationPresentationOptions o) {
       EXPECT_EQ(o.rawValue, options);
       seen.push_back("completion");
     });
@@ -203,12 +203,12 @@ TEST(QzUserNotificationManager, ForegroundPresentationAndTaps) {
           return *tap.interceptor;
         })
                         : nullptr);
-    env.center().openNotification({notification(tap.category, nullptr)}, [&] { ++completions; });
+    env.userNotificationCenter().openNotification({notification(tap.category, nullptr)}, [&] { ++completions; });
     const bool consumed = tap.interceptor.value_or(false);
     EXPECT_EQ(intercepted, tap.interceptor ? 1 : 0);
     EXPECT_EQ(completions, consumed ? 1 : 0) << "a handled tap completes on the main queue";
     EXPECT_EQ(manager->latestNotificationResponseInfo(), (nlohmann::json{{"actionType", tap.stored}}));
-    platform::RunLoop::main().runUntilIdle();
+    env.runUntilIdle();
     EXPECT_EQ(completions, 1);
     const std::vector<std::string> expected{
         std::string("QzUserNotificationManager.userNotificationOpensAppNotification {\"actionType\":\"") + tap.stored + "\"}"};

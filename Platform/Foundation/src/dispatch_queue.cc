@@ -1,5 +1,6 @@
 #include "platform/dispatch_queue.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -58,11 +59,13 @@ void QueueCore::async(std::function<void()> block) {
       MainLoop::shared().post(std::move(block));
       return;
     case QueueKind::concurrent:
+      Activity::shared().blockQueued();
       WorkerPool::shared().submit(qos_, shared_from_this(), std::move(block));
       return;
     case QueueKind::serial:
       break;
   }
+  Activity::shared().blockQueued();
   bool mustSchedule;
   {
     std::lock_guard lock(mutex_);
@@ -81,10 +84,8 @@ void QueueCore::asyncAfter(TimeInterval delay, std::function<void()> block) {
     MainLoop::shared().postAfter(delay, std::move(block));
     return;
   }
-  auto deadline = std::chrono::steady_clock::now() +
-                  std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                      std::chrono::duration<double>(delay > 0 ? delay : 0));
-  DelayedBlocks::shared().schedule(deadline, shared_from_this(), std::move(block));
+  DelayedBlocks::shared().schedule(Clock::current().now() + seconds(std::max(delay, 0.0)), shared_from_this(),
+                                   std::move(block));
 }
 
 bool QueueCore::isCurrent() const {
@@ -183,6 +184,7 @@ void QueueCore::drain() {
     }
     runBlock(item.block);
     item.block = nullptr;  // the block's captures die on the queue, as its code expects
+    Activity::shared().blockFinished();
     if (++ran == kBatch) {
       WorkerPool::shared().submit(qos_, shared_from_this(), {});
       return;

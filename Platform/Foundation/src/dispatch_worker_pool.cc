@@ -19,6 +19,7 @@ namespace {
 constexpr std::size_t kThreadLimit = 256;
 constexpr auto kIdleExit = std::chrono::seconds(15);
 constexpr auto kStallCheck = std::chrono::milliseconds(50);
+constexpr auto kClockRecheck = std::chrono::seconds(1);
 
 thread_local bool isWorker = false;
 // Set once exit() starts: workers stop taking new work so none starts while
@@ -102,12 +103,16 @@ void WorkerPool::workerMain() {
     ++taken_;
     lock.unlock();
     if (job.block) {
-      ScopedQueueFrame frame(job.queue.get());
-      job.queue->runBlock(job.block);
+      {
+        ScopedQueueFrame frame(job.queue.get());
+        job.queue->runBlock(job.block);
+      }
+      job = {};
+      Activity::shared().blockFinished();
     } else {
       job.queue->drain();
+      job = {};
     }
-    job = {};
     lock.lock();
   }
 }
@@ -129,14 +134,40 @@ DelayedBlocks& DelayedBlocks::shared() {
   return timers;
 }
 
-void DelayedBlocks::schedule(std::chrono::steady_clock::time_point deadline, std::shared_ptr<QueueCore> queue,
-                             std::function<void()> block) {
-  std::lock_guard lock(mutex_);
-  entries_.emplace(std::make_pair(deadline, sequence_++), Entry{std::move(queue), std::move(block)});
-  if (!started_) {
-    started_ = true;
-    std::thread([this] { timerMain(); }).detach();
+void DelayedBlocks::schedule(Date deadline, std::shared_ptr<QueueCore> queue, std::function<void()> block) {
+  {
+    std::lock_guard lock(mutex_);
+    entries_.emplace(std::make_pair(deadline, sequence_++), Entry{std::move(queue), std::move(block)});
+    if (!started_) {
+      started_ = true;
+      std::thread([this] { timerMain(); }).detach();
+    }
+    changed_.notify_one();
   }
+  Activity::shared().wake();
+}
+
+void DelayedBlocks::fireDueLocked(Date now) {
+  // Queued under the lock so blocks due together reach their queues in deadline order.
+  while (!entries_.empty() && entries_.begin()->first.first <= now) {
+    Entry entry = std::move(entries_.begin()->second);
+    entries_.erase(entries_.begin());
+    entry.queue->async(std::move(entry.block));
+  }
+}
+
+void DelayedBlocks::fireDue() {
+  std::lock_guard lock(mutex_);
+  if (!entries_.empty()) fireDueLocked(Clock::current().now());
+}
+
+bool DelayedBlocks::hasDue() {
+  std::lock_guard lock(mutex_);
+  return !entries_.empty() && entries_.begin()->first.first <= Clock::current().now();
+}
+
+void DelayedBlocks::wake() {
+  std::lock_guard lock(mutex_);
   changed_.notify_one();
 }
 
@@ -148,18 +179,47 @@ void DelayedBlocks::timerMain() {
       changed_.wait(lock);
       continue;
     }
-    auto first = entries_.begin();
-    if (first->first.first > std::chrono::steady_clock::now()) {
-      changed_.wait_until(lock, first->first.first);
+    const Date now = Clock::current().now();
+    const Date first = entries_.begin()->first.first;
+    if (first > now) {
+      // Capped, so a wall clock that jumps without telling is noticed too.
+      changed_.wait_for(lock, std::min<std::chrono::nanoseconds>(first - now, kClockRecheck));
       continue;
     }
-    Entry entry = std::move(first->second);
-    entries_.erase(first);
-    lock.unlock();
-    entry.queue->async(std::move(entry.block));
-    entry = {};
-    lock.lock();
+    fireDueLocked(now);
   }
+}
+
+Activity& Activity::shared() {
+  // Never destroyed, as the pool.
+  static Activity& activity = *new Activity();
+  return activity;
+}
+
+void Activity::wake() {
+  if (waiters_.load() == 0) return;
+  std::lock_guard lock(mutex_);
+  changed_.notify_all();
+}
+
+bool Activity::waitForOtherQueues() {
+  waiters_.fetch_add(1);
+  bool mainHasWork = false;
+  for (;;) {
+    DelayedBlocks::shared().fireDue();
+    std::unique_lock lock(mutex_);
+    if (MainLoop::shared().hasRunnable()) {
+      mainHasWork = true;
+      break;
+    }
+    if (outstanding_.load() == 0) {
+      if (!DelayedBlocks::shared().hasDue()) break;
+      continue;
+    }
+    changed_.wait(lock);
+  }
+  waiters_.fetch_sub(1);
+  return mainHasWork;
 }
 
 }  // namespace aurimo::platform::internal

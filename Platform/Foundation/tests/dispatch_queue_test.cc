@@ -141,7 +141,7 @@ TEST(DispatchDeathTest, ProgrammingErrorsAbortWithAMessage) {
   EXPECT_DEATH(queue.sync([&] { queue.sync([] {}); }), "sync on queue test.self .* would deadlock");
   EXPECT_DEATH(DispatchQueue::main().sync([] {}), "from the main thread would deadlock");
   EXPECT_DEATH(DispatchGroup().leave(), "without a matching enter");
-#ifndef NDEBUG
+#if AURIMO_DCHECK_IS_ON
   EXPECT_DEATH(std::thread([] { dispatchPreconditionOnMain(); }).join(), "must run on the main thread");
   EXPECT_DEATH(dispatchPreconditionOn(queue), "must run on queue test.self");
 #else

@@ -203,11 +203,19 @@ const std::filesystem::path& PHPhotoLibrary::stateFile() const { return state_->
 const std::filesystem::path& PHPhotoLibrary::assetsDirectory() const { return state_->assets; }
 
 PHAuthorizationStatus PHPhotoLibrary::authorizationStatus(PHAccessLevel level) {
-  return shared().state_->store.status(level);
+  return shared().authorizationStatusOf(level);
 }
 
 void PHPhotoLibrary::requestAuthorization(PHAccessLevel level, AuthorizationHandler handler) {
-  DispatchQueue::global().async([state = shared().state_, level, handler = std::move(handler)] {
+  shared().requestAuthorizationOf(level, std::move(handler));
+}
+
+PHAuthorizationStatus PHPhotoLibrary::authorizationStatusOf(PHAccessLevel level) const {
+  return state_->store.status(level);
+}
+
+void PHPhotoLibrary::requestAuthorizationOf(PHAccessLevel level, AuthorizationHandler handler) {
+  DispatchQueue::global().async([state = state_, level, handler = std::move(handler)] {
     PHAuthorizationStatus status = state->resolve(level);
     if (handler) handler(status);
   });

@@ -19,7 +19,10 @@ class FakeClock final : public platform::Clock {
   platform::Date now() const override {
     return platform::Date(platform::Date::duration(nanos_.load(std::memory_order_acquire)));
   }
-  void set(platform::Date date) { nanos_.store(date.time_since_epoch().count(), std::memory_order_release); }
+  void set(platform::Date date) {
+    nanos_.store(date.time_since_epoch().count(), std::memory_order_release);
+    timeDidJump();
+  }
   void advance(platform::TimeInterval seconds) { set(now() + platform::seconds(seconds)); }
 
  private:

@@ -33,7 +33,6 @@ void EventHost::on(std::string event, Handler handler) {
   handlers_.emplace(std::move(event), std::move(handler));
 }
 
-void EventHost::addBackgroundWait(BackgroundWait wait) { backgroundWaits_.push_back(std::move(wait)); }
 
 nlohmann::ordered_json EventHost::handle(const nlohmann::json& event) {
   if (!event.is_object()) return error("an event must be a JSON object");
@@ -93,14 +92,7 @@ nlohmann::ordered_json EventHost::error(std::string_view message) {
   return out;
 }
 
-void EventHost::settle() {
-  bool waited = false;
-  do {
-    platform::RunLoop::main().runUntilIdle();
-    waited = false;
-    for (const BackgroundWait& wait : backgroundWaits_) waited = wait() || waited;
-  } while (waited);
-}
+void EventHost::settle() { platform::RunLoop::main().runUntilAllQueuesIdle(); }
 
 const nlohmann::json& requiredField(const nlohmann::json& event, const char* field) {
   auto found = event.find(field);

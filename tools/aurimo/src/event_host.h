@@ -1,7 +1,7 @@
 #pragma once
 // EventHost: answers JSON-line events, one answer line per event. Each
-// subsystem registers handlers by event name; after an event the host drains
-// the main run loop (and waits for registered background work) before it asks
+// subsystem registers handlers by event name; after an event the host runs the
+// main run loop until every queue is idle before it asks
 // the handler for its answer, so answers see everything the event set off.
 //
 // Thread contract: main thread only, like the managers its handlers drive.
@@ -36,9 +36,6 @@ class EventHost {
   using Answer = std::function<void(nlohmann::ordered_json& answer)>;
   // Does the event's work and returns how to answer it; throws EventError on bad input.
   using Handler = std::function<Answer(const nlohmann::json& event)>;
-  // Blocks until a subsystem's background work is done; returns true when it had
-  // any, since that work may have queued more blocks on the main queue.
-  using BackgroundWait = std::function<bool()>;
 
   EventHost() = default;
   EventHost(const EventHost&) = delete;
@@ -46,7 +43,6 @@ class EventHost {
 
   // Registers the handler of `event`; a name registered twice is a programming error.
   void on(std::string event, Handler handler);
-  void addBackgroundWait(BackgroundWait wait);
 
   // The answer to one event: {"event": name, ...} or {"error": "..."}.
   nlohmann::ordered_json handle(const nlohmann::json& event);
@@ -66,7 +62,6 @@ class EventHost {
   void settle();
 
   std::map<std::string, Handler, std::less<>> handlers_;
-  std::vector<BackgroundWait> backgroundWaits_;
 };
 
 // Field readers for handlers; they throw EventError naming the event and field.

@@ -54,7 +54,8 @@ class HostPhotoPermissionPrompt final : public platform::PhotoPermissionPrompt {
 
 struct MediaSession {
   std::shared_ptr<HostPhotoPermissionPrompt> prompt = std::make_shared<HostPhotoPermissionPrompt>();
-  PhotoLibraryManager photoLibraryManager;
+  std::shared_ptr<platform::PHPhotoLibrary> library = std::make_shared<platform::PHPhotoLibrary>(prompt);
+  PhotoLibraryManager photoLibraryManager{library};
   CacheHelper cacheHelper;
 };
 
@@ -110,7 +111,7 @@ nlohmann::ordered_json orNull(const std::optional<fs::path>& path) {
 
 void registerMediaEvents(EventHost& host) {
   auto session = std::make_shared<MediaSession>();
-  platform::PHPhotoLibrary::slot().replace(std::make_shared<platform::PHPhotoLibrary>(session->prompt));
+  platform::PHPhotoLibrary::slot().replace(session->library);
 
   host.on("photoPermission", [session](const nlohmann::json& event) {
     const std::string answer = requiredString(event, "answer");

@@ -115,13 +115,6 @@ struct NotificationSession {
     scheduler->updateSchedule(nullptr);
   }
 
-  // True when either had background work; the main loop must drain again then.
-  bool waitForBackgroundWork() const {
-    const bool managerWorked = manager->waitUntilIdle();
-    const bool schedulerWorked = scheduler->waitUntilIdle();
-    return managerWorked || schedulerWorked;
-  }
-
   const std::shared_ptr<HostPermissionPrompt> prompt = std::make_shared<HostPermissionPrompt>();
   std::shared_ptr<QzLocalUserNotificationScheduler> scheduler;
   std::shared_ptr<QzUserNotificationManager> manager;
@@ -133,13 +126,10 @@ struct NotificationHost {
     if (!session_) {
       session_ = std::make_unique<NotificationSession>();
       // The launch settles before the event's own work, so the two never race.
-      do {
-        platform::RunLoop::main().runUntilIdle();
-      } while (session_->waitForBackgroundWork());
+      platform::RunLoop::main().runUntilAllQueuesIdle();
     }
     return *session_;
   }
-  bool waitForBackgroundWork() const { return session_ && session_->waitForBackgroundWork(); }
 
   BroadcastRecorder broadcasts;
   std::unique_ptr<NotificationSession> session_;
@@ -168,7 +158,6 @@ platform::Date requiredDate(const nlohmann::json& event, const char* field) {
 
 void registerNotificationEvents(EventHost& host) {
   auto state = std::make_shared<NotificationHost>();
-  host.addBackgroundWait([state] { return state->waitForBackgroundWork(); });
 
   // Wraps an event's work: broadcasts are counted from before the session starts.
   auto on = [&host, state](std::string name, std::function<void(NotificationSession&, const nlohmann::json&)> work) {

@@ -1,7 +1,7 @@
 #pragma once
 // AppSettingsStorage: the app's persisted settings as static accessors,
-// nested by the component that owns each one, all kept in
-// platform::UserDefaults::standard() under the key spelled like the path.
+// nested by the component that owns each one, all kept in a user-defaults
+// store (the standard one unless given) under the key spelled like the path.
 //
 // Thread contract: as UserDefaults, safe from any thread.
 //
@@ -12,6 +12,8 @@
 #include <optional>
 #include <string_view>
 
+#include "platform/user_defaults.h"
+
 namespace aurimo::SettingsStoreKit {
 
 struct AppSettingsStorage {
@@ -21,9 +23,11 @@ struct AppSettingsStorage {
           "AppSettingsStorage.AppContext.UniversalLinkManager.onboardingVersion";
 
       // nullopt when never written or when the stored value is not an integer.
-      static std::optional<std::int64_t> onboardingVersion();
+      static std::optional<std::int64_t> onboardingVersion(
+          platform::UserDefaults& defaults = platform::UserDefaults::standard());
       // nullopt removes the setting.
-      static void setOnboardingVersion(std::optional<std::int64_t> version);
+      static void setOnboardingVersion(std::optional<std::int64_t> version,
+                                       platform::UserDefaults& defaults = platform::UserDefaults::standard());
     };
   };
 };

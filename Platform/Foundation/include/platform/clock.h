@@ -36,6 +36,11 @@ class Clock {
 
   static Clock& current() { return slot().get(); }
   static Replaceable<Clock>& slot();
+
+ protected:
+  // A clock that jumps (a test's fake) calls this after moving, so delayed
+  // blocks waiting on it look at it again.
+  static void timeDidJump();
 };
 
 // The real clock: the system's wall clock.

@@ -66,9 +66,9 @@ class DispatchQueue {
   void async(std::function<void()> block);
   // Queues `block` as work of `group`: the group is entered now and left once the block ran.
   void async(DispatchGroup& group, std::function<void()> block);
-  // Queues `block` once `delay` seconds have passed. Deadlines are measured with
-  // platform::Clock::current(); on the main queue they are checked each time the run
-  // loop looks for work, so tests advance a FakeClock and then drain the run loop.
+  // Queues `block` once `delay` seconds have passed. Deadlines of every queue are
+  // measured with platform::Clock::current(), so a test moves one FakeClock and
+  // then runs the main run loop until the queues are idle.
   void asyncAfter(TimeInterval delay, std::function<void()> block);
 
   // Runs `block` after the work queued before it and returns its value; an exception
@@ -93,10 +93,19 @@ namespace internal {
 [[noreturn]] void failPrecondition(const char* what, const std::source_location& where);
 }
 
-// Debug-build checks of thread affinity; they compile to nothing with NDEBUG.
+// Checks of thread affinity: on in debug builds and wherever the build defines
+// AURIMO_DCHECK_IS_ON=1 (the tested release build does); nothing otherwise.
+#ifndef AURIMO_DCHECK_IS_ON
+#ifdef NDEBUG
+#define AURIMO_DCHECK_IS_ON 0
+#else
+#define AURIMO_DCHECK_IS_ON 1
+#endif
+#endif
+
 inline void dispatchPreconditionOnMain(
     [[maybe_unused]] const std::source_location& where = std::source_location::current()) {
-#ifndef NDEBUG
+#if AURIMO_DCHECK_IS_ON
   if (!DispatchQueue::isMainThread()) internal::failPrecondition("must run on the main thread", where);
 #endif
 }
@@ -104,7 +113,7 @@ inline void dispatchPreconditionOnMain(
 inline void dispatchPreconditionOn(
     [[maybe_unused]] const DispatchQueue& queue,
     [[maybe_unused]] const std::source_location& where = std::source_location::current()) {
-#ifndef NDEBUG
+#if AURIMO_DCHECK_IS_ON
   if (!queue.isCurrent()) internal::failPrecondition(("must run on queue " + queue.label()).c_str(), where);
 #endif
 }

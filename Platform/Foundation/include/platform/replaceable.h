@@ -36,6 +36,13 @@ class Replaceable {
     return *owner_;
   }
 
+  // The current instance, shared, for whoever keeps it beyond a replace().
+  std::shared_ptr<T> shared() {
+    get();
+    std::lock_guard lock(mutex_);
+    return owner_;
+  }
+
   // Installs `next` (the default again when null) and returns the previous instance.
   std::shared_ptr<T> replace(std::shared_ptr<T> next) {
     std::lock_guard lock(mutex_);

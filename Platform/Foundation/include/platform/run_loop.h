@@ -30,6 +30,11 @@ class RunLoop {
   // Runs everything runnable now, including blocks queued by those blocks and delayed
   // blocks whose deadline has passed, and returns when nothing is runnable.
   void runUntilIdle();
+  // runUntilIdle(), then waits for the blocks queued or running on every other
+  // queue (and for delayed blocks whose deadline has passed) and drains again,
+  // until the whole process is idle. For tests and hosts that act, then look.
+  // A block that waits for something outside the process (a terminal) waits here too.
+  void runUntilAllQueuesIdle();
   // Makes run() return after the block it is running.
   void stop();
 

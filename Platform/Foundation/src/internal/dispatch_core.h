@@ -151,16 +151,22 @@ class ScopedBlockingWait {
   bool worker_;
 };
 
-// Delayed blocks of queues other than the main queue, timed on the monotonic clock.
+// Delayed blocks of queues other than the main queue, timed on Clock::current()
+// like the main queue's, so one fake clock drives every delayed block.
 class DelayedBlocks {
  public:
   static DelayedBlocks& shared();
-  void schedule(std::chrono::steady_clock::time_point deadline, std::shared_ptr<QueueCore> queue,
-                std::function<void()> block);
+  void schedule(Date deadline, std::shared_ptr<QueueCore> queue, std::function<void()> block);
+  // Hands every block whose deadline has passed to its queue, in deadline order.
+  void fireDue();
+  bool hasDue();
+  // The clock jumped: look at it again.
+  void wake();
 
  private:
   DelayedBlocks() = default;
   void timerMain();
+  void fireDueLocked(Date now);
 
   struct Entry {
     std::shared_ptr<QueueCore> queue;
@@ -168,9 +174,36 @@ class DelayedBlocks {
   };
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::map<std::pair<std::chrono::steady_clock::time_point, std::uint64_t>, Entry> entries_;  // guarded by mutex_
+  std::map<std::pair<Date, std::uint64_t>, Entry> entries_;  // guarded by mutex_
   std::uint64_t sequence_ = 0;  // guarded by mutex_
   bool started_ = false;        // guarded by mutex_
+};
+
+// Counts the blocks queued or running on queues other than the main queue, so
+// the main thread can wait until the whole process is idle.
+class Activity {
+ public:
+  static Activity& shared();
+
+  void blockQueued() { outstanding_.fetch_add(1); }
+  void blockFinished() {
+    if (outstanding_.fetch_sub(1) == 1) wake();
+  }
+  // Something a waiter looks at changed (a main-queue block, a due delayed block).
+  void wake();
+  // Waits until the main queue has runnable work (true) or nothing else is
+  // queued, running or due (false).
+  bool waitForOtherQueues();
+
+ private:
+  Activity() = default;
+
+  // Sequentially consistent with waiters_, so a finishing block either sees the
+  // waiter or the waiter sees the count drop.
+  std::atomic<long> outstanding_{0};
+  std::atomic<int> waiters_{0};
+  std::mutex mutex_;
+  std::condition_variable changed_;
 };
 
 // The main run loop's queue and timers.
@@ -185,6 +218,10 @@ class MainLoop {
   void stop();
 
   void setQueue(const QueueCore* queue) { queue_ = queue; }
+  // True when a block is queued or a timer is due.
+  bool hasRunnable();
+  // The clock jumped: look at the timers again.
+  void wake();
 
  private:
   MainLoop() = default;

@@ -64,6 +64,9 @@ class PHPhotoLibrary {
   // requests share the question) and keeps the answer; then calls `handler` with the
   // status.
   static void requestAuthorization(PHAccessLevel level, AuthorizationHandler handler);
+  // The same for this library, for whoever was handed one instead of using shared().
+  PHAuthorizationStatus authorizationStatusOf(PHAccessLevel level) const;
+  void requestAuthorizationOf(PHAccessLevel level, AuthorizationHandler handler);
 
   // Runs `changeBlock` on the change queue, then commits what it created, all or
   // nothing. Without permission to add nothing is written and the completion gets

@@ -17,11 +17,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 
 #include <nlohmann/json.hpp>
 
 #include "platform/notification_center.h"
+#include "platform/services.h"
 #include "platform/user_activity.h"
 
 namespace aurimo {
@@ -76,7 +78,8 @@ class UniversalLinkManager : public std::enable_shared_from_this<UniversalLinkMa
   // The only host whose links are routed; compared exactly (case-sensitive).
   static constexpr std::string_view universalLinkHost = "links.aurimo.app";
 
-  static std::shared_ptr<UniversalLinkManager> create();
+  static std::shared_ptr<UniversalLinkManager> create(
+      const platform::Services& services = platform::Services::defaults());
 
   UniversalLinkManager(const UniversalLinkManager&) = delete;
   UniversalLinkManager& operator=(const UniversalLinkManager&) = delete;
@@ -101,15 +104,18 @@ class UniversalLinkManager : public std::enable_shared_from_this<UniversalLinkMa
   void resetShouldGoTo();
 
  private:
-  struct Passkey {};
+  struct Passkey {
+    explicit Passkey() = default;
+  };
 
  public:
-  explicit UniversalLinkManager(Passkey) {}
+  UniversalLinkManager(Passkey, platform::Services services) : services_(std::move(services)) {}
 
  private:
   bool routeLink(const platform::NSUserActivity& userActivity);
   void store(ShouldGoTo route);
 
+  const platform::Services services_;
   std::optional<ShouldGoTo> shouldGoTo_;
 };
 

@@ -2,7 +2,8 @@
 // PhotoLibraryManager: the app's gateway to the system photo library. It only
 // ever uses add-only access: it says whether that access can still be asked
 // for or is granted, asks for it, and saves image bytes as a new photo. It
-// holds no state; everything lives in platform::PHPhotoLibrary::shared().
+// holds no state of its own; everything lives in the photo library it is given
+// (by default the process's shared one).
 //
 // Thread contract: every member may be called from any thread. The two
 // properties read the status on the caller's thread; requestAuthorization's
@@ -13,14 +14,18 @@
 //   manager.requestAuthorization([](platform::PHAuthorizationStatus status) { use(status); });
 
 #include <functional>
+#include <memory>
 
 #include "platform/data.h"
 #include "platform/ph_authorization_status.h"
+#include "platform/ph_photo_library.h"
 
 namespace aurimo {
 
 class PhotoLibraryManager {
  public:
+  explicit PhotoLibraryManager(std::shared_ptr<platform::PHPhotoLibrary> library = platform::PHPhotoLibrary::slot().shared());
+
   // Never fails: it always ends with the status the request left behind.
   using AuthorizationCompletion = std::function<void(platform::PHAuthorizationStatus status)>;
 
@@ -36,6 +41,9 @@ class PhotoLibraryManager {
   // Saves a copy of `data`, unchanged, as a new photo; returns at once and reports
   // nothing. It does not check the permission: a refused save just adds nothing.
   void savePhotoData(platform::Data data) const;
+
+ private:
+  std::shared_ptr<platform::PHPhotoLibrary> library_;
 };
 
 }  // namespace aurimo

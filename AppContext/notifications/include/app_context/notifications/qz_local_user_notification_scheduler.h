@@ -14,16 +14,15 @@
 //   auto scheduler = aurimo::QzLocalUserNotificationScheduler::create();
 //   scheduler->updateSchedule([] { /* on a global queue, once */ });
 
-#include <atomic>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string_view>
+#include <utility>
 
 #include "platform/clock.h"
-#include "platform/dispatch_group.h"
 #include "platform/notification_center.h"
+#include "platform/services.h"
 
 namespace aurimo {
 
@@ -37,7 +36,8 @@ class QzLocalUserNotificationScheduler : public std::enable_shared_from_this<QzL
   static constexpr std::string_view trialExpirationReminderIdentifier = "trial_expiration_reminder";
 
   // Observes the foreground and permission-change broadcasts; each starts an update.
-  static std::shared_ptr<QzLocalUserNotificationScheduler> create();
+  static std::shared_ptr<QzLocalUserNotificationScheduler> create(
+      const platform::Services& services = platform::Services::defaults());
 
   QzLocalUserNotificationScheduler(const QzLocalUserNotificationScheduler&) = delete;
   QzLocalUserNotificationScheduler& operator=(const QzLocalUserNotificationScheduler&) = delete;
@@ -61,24 +61,19 @@ class QzLocalUserNotificationScheduler : public std::enable_shared_from_this<QzL
   void userNotificationManagerSystemAllowsToUseNotificationsValueDidChangeNotification(
       const platform::Notification& notification);
 
-  // For hosts and tests: blocks until every update started so far, and its
-  // completion, has run. True when any work started since the previous call.
-  bool waitUntilIdle();
 
  private:
-  struct Passkey {};
+  struct Passkey {
+    explicit Passkey() = default;
+  };
 
  public:
-  explicit QzLocalUserNotificationScheduler(Passkey) {}
+  QzLocalUserNotificationScheduler(Passkey, platform::Services services) : services_(std::move(services)) {}
 
  private:
   void updateLocked();
-  // Counts the work about to be queued through the returned group.
-  platform::DispatchGroup& beginWork();
 
-  platform::DispatchGroup backgroundWork_;
-  std::atomic<std::uint64_t> workStarted_{0};
-  std::atomic<std::uint64_t> workSeen_{0};
+  const platform::Services services_;
   std::mutex safeAccessLock_;  // held for a whole update
 
   mutable std::mutex propertyMutex_;

@@ -15,7 +15,6 @@
 //   auto manager = aurimo::QzUserNotificationManager::create();
 //   manager->requestAuthorization([](bool granted, std::optional<platform::UNError> error) { ... });
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -25,8 +24,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/dispatch_group.h"
 #include "platform/notification_center.h"
+#include "platform/services.h"
 #include "platform/un_user_notification_center.h"
 
 namespace aurimo {
@@ -65,9 +64,10 @@ class QzUserNotificationManager : public platform::UNUserNotificationCenterDeleg
   static platform::NotificationName userGetPushNotification();
   static platform::NotificationName userNotificationOpensAppNotification();
 
-  // Becomes the delegate of UNUserNotificationCenter::current(), starts a
+  // Becomes the delegate of the services' user notification centre, starts a
   // permission refresh and refreshes again on every return to the foreground.
-  static std::shared_ptr<QzUserNotificationManager> create();
+  static std::shared_ptr<QzUserNotificationManager> create(
+      const platform::Services& services = platform::Services::defaults());
 
   QzUserNotificationManager(const QzUserNotificationManager&) = delete;
   QzUserNotificationManager& operator=(const QzUserNotificationManager&) = delete;
@@ -100,16 +100,13 @@ class QzUserNotificationManager : public platform::UNUserNotificationCenterDeleg
                               const platform::UNNotificationResponse& didReceive,
                               std::function<void()> completionHandler) override;
 
-  // For hosts and tests: blocks until the refreshes and requests started so far
-  // have handed their results to the main queue. True when any work started
-  // since the previous call: then drain the main run loop and call again.
-  bool waitUntilIdle();
-
  private:
-  struct Passkey {};
+  struct Passkey {
+    explicit Passkey() = default;
+  };
 
  public:
-  explicit QzUserNotificationManager(Passkey) {}
+  QzUserNotificationManager(Passkey, platform::Services services) : services_(std::move(services)) {}
 
  private:
   void refreshPermission();
@@ -117,11 +114,7 @@ class QzUserNotificationManager : public platform::UNUserNotificationCenterDeleg
   void setCachedSystemAuthorizationStatus(platform::UNAuthorizationStatus status);
   void applicationWillEnterForegroundNotification(const platform::Notification& notification);
 
-  void beginWork();  // balanced by backgroundWork_.leave()
-
-  platform::DispatchGroup backgroundWork_;
-  std::atomic<std::uint64_t> workStarted_{0};
-  std::atomic<std::uint64_t> workSeen_{0};
+  const platform::Services services_;
 
   mutable std::mutex mutex_;
   std::optional<nlohmann::json> latestNotificationResponseInfo_;  // guarded by mutex_

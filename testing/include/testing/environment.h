@@ -1,0 +1,97 @@
+#pragma once
+// Environment: one world for a test, a benchmark or the command-line host.
+// It owns a fresh temporary folder and pins every process-wide service to
+// its own: a FakeClock, a time zone, directories inside the folder, user
+// defaults kept there, a new notification centre, a fault-injecting file
+// manager over the real one, the user-notification and photo "system" sides
+// answered by a scripted person, and the main bundle. services() hands the
+// same objects to whatever the test creates; runUntilIdle() runs the main run
+// loop until every queue is idle, so a test acts, then looks, and never sleeps.
+// Everything is put back and removed at the end.
+//
+// Thread contract: create, run and destroy on the test's (main) thread; wait
+// for queued work (runUntilIdle) before the environment goes.
+//
+//   aurimo::test::Environment env;
+//   auto manager = aurimo::QzUserNotificationManager::create(env.services());
+//   env.runUntilIdle();
+
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/services.h"
+#include "testing/fake_clock.h"
+#include "testing/faulty_file_manager.h"
+#include "testing/scripted_permission_prompt.h"
+#include "testing/scripted_photo_permission_prompt.h"
+#include "testing/temporary_directory.h"
+
+namespace aurimo::test {
+
+class Environment {
+ public:
+  explicit Environment(std::string_view timeZone = "Europe/Berlin");
+  ~Environment();
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+  // Runs the main run loop until no queue has work left and no delayed block is due.
+  static void runUntilIdle();
+  // Moves the clock by `seconds`, then runs until idle.
+  void advance(platform::TimeInterval seconds);
+
+  // The services of this world, as managers take them.
+  platform::Services services() const;
+
+  // A new user-notification centre, photo library or user-defaults store on the
+  // same folders, as a restart of the process would make.
+  void restartUserNotificationCenter(std::optional<std::filesystem::path> stateDirectory = std::nullopt);
+  void restartPhotoLibrary();
+  void restartUserDefaults();
+
+  // Records every broadcast of `name` as "name userInfo" until the environment goes.
+  void recordBroadcasts(const std::vector<platform::NotificationName>& names);
+  // The recorded broadcasts since the last call.
+  std::vector<std::string> broadcasts();
+
+  const std::filesystem::path& root() const { return folder_.path(); }
+  std::filesystem::path settingsDirectory() const { return root() / "data"; }
+  std::filesystem::path stateDirectory() const { return root() / "data"; }
+  std::filesystem::path cachesDirectory() const { return root() / "caches"; }
+  std::filesystem::path picturesDirectory() const { return root() / "Pictures"; }
+
+  platform::UNUserNotificationCenter& userNotificationCenter() const { return *userNotificationCenter_; }
+  platform::PHPhotoLibrary& photoLibrary() const { return *photoLibrary_; }
+  platform::UserDefaults& userDefaults() const { return *userDefaults_; }
+  platform::NotificationCenter& notificationCenter() const { return *notificationCenter_; }
+
+  const std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
+  const std::shared_ptr<FaultyFileManager> files = std::make_shared<FaultyFileManager>();
+  const std::shared_ptr<ScriptedNotificationPermissionPrompt> notificationPrompt =
+      std::make_shared<ScriptedNotificationPermissionPrompt>();
+  const std::shared_ptr<ScriptedPhotoPermissionPrompt> photoPrompt = std::make_shared<ScriptedPhotoPermissionPrompt>();
+
+ private:
+  class Pins;
+
+  TemporaryDirectory folder_;
+  std::shared_ptr<platform::TimeZone> timeZone_;
+  std::shared_ptr<platform::Directories> directories_;
+  std::shared_ptr<platform::UserDefaults> userDefaults_;
+  std::shared_ptr<platform::NotificationCenter> notificationCenter_;
+  std::shared_ptr<platform::Bundle> bundle_;
+  std::shared_ptr<platform::UNUserNotificationCenter> userNotificationCenter_;
+  std::shared_ptr<platform::PHPhotoLibrary> photoLibrary_;
+  std::unique_ptr<Pins> pins_;
+
+  std::mutex mutex_;
+  std::vector<std::string> broadcasts_;  // guarded by mutex_
+  std::vector<platform::ObserverToken> tokens_;
+};
+
+}  // namespace aurimo::test
