@@ -1,7 +1,7 @@
 #pragma once
 // NotificationEnvironment: a fresh world per test: temporary folders,
 // in-memory user defaults, a new default notification centre, a FakeClock, a
-// pinned time zone and a user notification centre with a scripted prompt. It
+// pinned time zone and a user notification centre asking a ScriptedPerson. It
 // records the manager's five broadcasts as "name userInfo" lines.
 //
 // Thread contract: create, settle and destroy on the test's (main) thread.
@@ -29,7 +29,7 @@
 #include "platform/run_loop.h"
 #include "platform/user_defaults.h"
 #include "testing/fake_clock.h"
-#include "testing/scripted_permission_prompt.h"
+#include "testing/scripted_person.h"
 
 namespace aurimo::test {
 
@@ -70,7 +70,7 @@ class NotificationEnvironment {
   void restartCenter(const std::filesystem::path& stateDirectory) {
     center_.reset();
     center_.emplace(platform::UNUserNotificationCenter::slot(),
-                    std::make_shared<platform::UNUserNotificationCenter>(stateDirectory, prompt));
+                    std::make_shared<platform::UNUserNotificationCenter>(stateDirectory, person));
   }
   static platform::UNUserNotificationCenter& center() { return platform::UNUserNotificationCenter::current(); }
   void setStatus(platform::UNAuthorizationStatus status) {
@@ -117,8 +117,7 @@ class NotificationEnvironment {
   const std::filesystem::path& root() const { return root_; }
 
   const std::shared_ptr<test::FakeClock> clock = std::make_shared<test::FakeClock>();
-  const std::shared_ptr<test::ScriptedNotificationPermissionPrompt> prompt =
-      std::make_shared<test::ScriptedNotificationPermissionPrompt>();
+  const std::shared_ptr<ScriptedPerson> person = std::make_shared<ScriptedPerson>();
 
  private:
   static std::filesystem::path makeRoot() {
