@@ -7,7 +7,7 @@
 // Thread contract: every member may be called from any thread; ask() blocks
 // while the person decides, and several questions may be up at once.
 //
-//   auto person = std::make_shared<platform::FixedPerson>("Allow");
+//   auto person = std::make_shared<platform::FixedPerson>("Delete");
 //   std::optional<std::size_t> taken = person->ask({"alert", "Delete?", "", {"Cancel", "Delete"}});
 
 #include <cstddef>
