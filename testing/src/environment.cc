@@ -84,12 +84,12 @@ platform::Services Environment::services() const {
 
 void Environment::restartUserNotificationCenter(std::optional<std::filesystem::path> stateDirectory) {
   userNotificationCenter_ = std::make_shared<platform::UNUserNotificationCenter>(
-      stateDirectory.value_or(this->stateDirectory()), notificationPrompt);
+      stateDirectory.value_or(this->stateDirectory()), person);
   if (pins_) platform::UNUserNotificationCenter::slot().replace(userNotificationCenter_);
 }
 
 void Environment::restartPhotoLibrary() {
-  photoLibrary_ = std::make_shared<platform::PHPhotoLibrary>(stateDirectory(), picturesDirectory(), photoPrompt);
+  photoLibrary_ = std::make_shared<platform::PHPhotoLibrary>(stateDirectory(), picturesDirectory(), person);
   if (pins_) platform::PHPhotoLibrary::slot().replace(photoLibrary_);
 }
 

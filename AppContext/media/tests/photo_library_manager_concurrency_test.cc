@@ -12,7 +12,6 @@ namespace aurimo {
 namespace {
 
 using platform::PHAccessLevel;
-using platform::PhotoPermissionAnswer;
 using Status = platform::PHAuthorizationStatus;
 
 Status requestThroughManager() {
@@ -23,17 +22,17 @@ Status requestThroughManager() {
 
 TEST(PhotoLibraryManagerRequest, AsksOnceForAddOnlyAccessAndKeepsTheAnswer) {
   test::PhotoLibraryEnvironment env;
-  env.prompt->push(PhotoPermissionAnswer::allow);
+  env.person->push("Allow");
   PhotoLibraryManager manager;
 
   EXPECT_EQ(requestThroughManager(), Status::authorized);
-  EXPECT_EQ(env.prompt->asked(), std::vector{PHAccessLevel::addOnly});
+  EXPECT_EQ(env.person->presentations().at(0).presentation.title, "“Aurimo” Would Like to Add to Your Photos");
   EXPECT_TRUE(manager.photoLibraryHasAddPermissionOrMore());
 
   env.restartLibrary();
   EXPECT_FALSE(manager.canRequestPermissions());
   EXPECT_EQ(requestThroughManager(), Status::authorized);
-  EXPECT_EQ(env.prompt->asked().size(), 1u);
+  EXPECT_EQ(env.person->presentations().size(), 1u);
 }
 
 TEST(PhotoLibraryManagerSave, SavesACopyOfTheBytesOnlyWhenAllowed) {
@@ -51,7 +50,7 @@ TEST(PhotoLibraryManagerSave, SavesACopyOfTheBytesOnlyWhenAllowed) {
     auto photos = env.savedPhotos();
     if (status != Status::authorized) {
       EXPECT_TRUE(photos.empty());
-      EXPECT_TRUE(env.prompt->asked().empty()) << "saving never asks";
+      EXPECT_TRUE(env.person->presentations().empty()) << "saving never asks";
       continue;
     }
     ASSERT_EQ(photos.size(), 1u);

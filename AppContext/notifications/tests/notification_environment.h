@@ -53,8 +53,6 @@ class NotificationEnvironment : public Environment {
     return *platform::Calendar(platform::TimeZone::gmt())
                 .date({.year = year, .month = month, .day = day, .hour = hour, .minute = minute, .second = second});
   }
-
-  const std::shared_ptr<ScriptedNotificationPermissionPrompt>& prompt = notificationPrompt;
 };
 
 }  // namespace aurimo::test

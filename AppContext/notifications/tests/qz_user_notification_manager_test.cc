@@ -10,7 +10,6 @@
 namespace aurimo {
 namespace {
 
-using platform::NotificationPermissionAnswer;
 using platform::UserDefaults;
 using test::NotificationEnvironment;
 using Status = platform::UNAuthorizationStatus;
@@ -73,19 +72,19 @@ TEST(QzUserNotificationManager, RefreshStoresTheStatusAndBroadcastsOnlyAChangeOf
 TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompletion) {
   struct Case {
     Status before;
-    std::optional<NotificationPermissionAnswer> answer;  // nullopt: the user is not asked
+    const char* answer;  // the choice taken; nullptr: the user is not asked
     bool stored;
     bool granted;
     Status after;
   };
   const Case cases[] = {
-      {Status::notDetermined, NotificationPermissionAnswer::allow, false, true, Status::authorized},
-      {Status::notDetermined, NotificationPermissionAnswer::deny, false, false, Status::denied},
-      {Status::notDetermined, NotificationPermissionAnswer::deny, true, false, Status::denied},
-      {Status::denied, std::nullopt, true, false, Status::denied},
-      {Status::authorized, std::nullopt, true, true, Status::authorized},
-      {Status::provisional, NotificationPermissionAnswer::allow, false, true, Status::authorized},
-      {Status::ephemeral, std::nullopt, false, true, Status::ephemeral},  // the platform grants ephemeral
+      {Status::notDetermined, "Allow", false, true, Status::authorized},
+      {Status::notDetermined, "Don't Allow", false, false, Status::denied},
+      {Status::notDetermined, "Don't Allow", true, false, Status::denied},
+      {Status::denied, nullptr, true, false, Status::denied},
+      {Status::authorized, nullptr, true, true, Status::authorized},
+      {Status::provisional, "Allow", false, true, Status::authorized},
+      {Status::ephemeral, nullptr, false, true, Status::ephemeral},  // the platform grants ephemeral
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(int(c.before));
@@ -95,7 +94,7 @@ TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompl
     env.runUntilIdle();
     UserDefaults::standard().set(c.stored, kAllowsKey);
     env.broadcasts();
-    if (c.answer) env.prompt->push(*c.answer);
+    if (c.answer) env.person->push(c.answer);
 
     std::vector<std::string> order;
     manager->requestAuthorization([&](bool granted, std::optional<platform::UNError> error) {
@@ -108,9 +107,10 @@ TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompl
     env.runUntilIdle();
 
     EXPECT_EQ(order, std::vector<std::string>{"completion"}) << "broadcasts come after the caller's answer";
-    ASSERT_EQ(env.prompt->asked().size(), c.answer ? 1u : 0u);
+    const auto asked = env.person->presentations();
+    ASSERT_EQ(asked.size(), c.answer ? 1u : 0u);
     if (c.answer) {
-      EXPECT_EQ(env.prompt->asked()[0].rawValue, 7u);
+      EXPECT_EQ(asked[0].presentation.message, "Notifications may include alerts, sounds and icon badges.");
     }
     EXPECT_EQ(manager->cachedSystemAuthorizationStatus(), c.after);
     EXPECT_EQ(manager->systemAllowsToUseNotifications(), c.granted);
@@ -133,20 +133,20 @@ TEST(QzUserNotificationManager, RequestIfPossibleAsksOnlyAnUndecidedUserAndSwall
         env.restartUserNotificationCenter(env.root() / "file");
       }
       env.setStatus(status);
-      env.prompt->push(NotificationPermissionAnswer::deny);  // even a refusal counts as possible
+      env.person->push("Don't Allow");  // even a refusal counts as possible
       auto manager = QzUserNotificationManager::create();
       std::vector<bool> results;
       manager->requestAuthorizationIfPossible([&](bool answer) { results.push_back(answer); });
       env.runUntilIdle();
       EXPECT_EQ(results, std::vector<bool>{possible});
-      EXPECT_EQ(env.prompt->asked().size(), status == Status::notDetermined ? 1u : 0u);
+      EXPECT_EQ(env.person->presentations().size(), status == Status::notDetermined ? 1u : 0u);
     }
     if (!failingStore) continue;
     // requestAuthorization reports the error and changes nothing.
     NotificationEnvironment env;
     std::ofstream(env.root() / "file") << "not a folder";
     env.restartUserNotificationCenter(env.root() / "file");
-    env.prompt->push(NotificationPermissionAnswer::allow);
+    env.person->push("Allow");
     auto manager = QzUserNotificationManager::create();
     env.runUntilIdle();
     std::optional<platform::UNError> failure;

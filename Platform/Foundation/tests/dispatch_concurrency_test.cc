@@ -129,14 +129,18 @@ TEST(DispatchConcurrencyTest, GlobalBlocksWaitingOnOtherGlobalBlocksMakeProgress
   // Each block waits, as the notification scheduler does, for an answer delivered by
   // another global block; far more of them than cores must not starve the pool.
   const int blocks = 8 * static_cast<int>(std::max(2u, std::thread::hardware_concurrency()));
+  std::atomic<int> answered{0};
   for (int i = 0; i < blocks; ++i) {
-    DispatchQueue::global().async(all, [] {
+    DispatchQueue::global().async(all, [&answered] {
       DispatchGroup answer;
       answer.enter();
       DispatchQueue::global().async([&] { answer.leave(); });
       answer.wait();
+      ++answered;
     });
   }
+  EXPECT_TRUE(all.wait(60)) << "the pool starved: " << answered << " of " << blocks << " answered";
+  EXPECT_EQ(answered, blocks);
   all.wait();
 }
 

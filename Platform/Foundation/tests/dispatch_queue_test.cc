@@ -31,28 +31,51 @@ TEST(MainRunLoopTest, RunUntilIdleRunsNestedPostsAfterEarlierOnes) {
   EXPECT_EQ(log, (Log{"a", "b", "c", "d"}));
 }
 
-TEST(MainRunLoopTest, DelayedBlocksRunWhenTheFakeClockPassesTheirDeadline) {
+TEST(MainRunLoopTest, DelayedBlocksOfEveryQueueRunWhenTheFakeClockPassesTheirDeadline) {
   auto clock = std::make_shared<test::FakeClock>();
   ScopedReplacement<Clock> pin(Clock::slot(), clock);
-  Log log;
-  for (auto [delay, name] : {std::pair{5.0, "5"}, {1.0, "1"}, {3.0, "3a"}, {3.0, "3b"}, {-2.0, "now"}}) {
-    DispatchQueue::main().asyncAfter(delay, [&log, name = std::string(name)] { log.push_back(name); });
-  }
-  DispatchQueue::main().asyncAfter(1, [&] {
-    DispatchQueue::main().asyncAfter(0, [&] { log.push_back("chained"); });
-  });
+  DispatchQueue serial("test.delayed");
+  for (DispatchQueue* queue : {&DispatchQueue::main(), &serial}) {
+    SCOPED_TRACE(queue->label());
+    Log log;
+    for (auto [delay, name] : {std::pair{5.0, "5"}, {1.0, "1"}, {3.0, "3a"}, {3.0, "3b"}, {-2.0, "now"}}) {
+      queue->asyncAfter(delay, [&log, name = std::string(name)] { log.push_back(name); });
+    }
+    queue->asyncAfter(1, [&] { queue->asyncAfter(0, [&] { log.push_back("chained"); }); });
 
-  struct Step {
-    double advance;
-    Log expected;
-  };
-  for (const Step& step : {Step{0, {"now"}}, Step{0.999, {"now"}}, Step{0.001, {"now", "1", "chained"}},
-                           Step{2, {"now", "1", "chained", "3a", "3b"}},
-                           Step{2, {"now", "1", "chained", "3a", "3b", "5"}}}) {
-    clock->advance(step.advance);
-    RunLoop::main().runUntilIdle();
-    EXPECT_EQ(log, step.expected) << "after advancing " << step.advance;
+    struct Step {
+      double advance;
+      Log expected;
+    };
+    for (const Step& step : {Step{0, {"now"}}, Step{0.999, {"now"}}, Step{0.001, {"now", "1", "chained"}},
+                             Step{2, {"now", "1", "chained", "3a", "3b"}},
+                             Step{2, {"now", "1", "chained", "3a", "3b", "5"}}}) {
+      clock->advance(step.advance);
+      RunLoop::main().runUntilAllQueuesIdle();
+      EXPECT_EQ(log, step.expected) << "after advancing " << step.advance;
+    }
   }
+}
+
+TEST(MainRunLoopTest, RunUntilAllQueuesIdleFollowsWorkAcrossQueuesAndThreads) {
+  DispatchQueue serial("test.chain");
+  Log log;  // each step is queued by the one before, so no two touch it at once
+  DispatchQueue::global().async([&] {
+    log.push_back("global");
+    serial.async([&] {
+      log.push_back("serial");
+      DispatchQueue::main().async([&] {
+        log.push_back("main");
+        DispatchQueue::global(QualityOfService::background).async([&] {
+          log.push_back("background waits for main");
+          DispatchQueue::main().sync([&] { log.push_back("main again"); });
+          serial.async([&] { log.push_back("serial again"); });
+        });
+      });
+    });
+  });
+  RunLoop::main().runUntilAllQueuesIdle();
+  EXPECT_EQ(log, (Log{"global", "serial", "main", "background waits for main", "main again", "serial again"}));
 }
 
 TEST(MainRunLoopTest, RunReturnsAfterStop) {

@@ -19,6 +19,7 @@
 #include "platform/atomic_file.h"
 #include "platform/clock.h"
 #include "platform/directories.h"
+#include "platform/localization.h"
 
 namespace aurimo::platform {
 namespace {
@@ -113,19 +114,39 @@ std::optional<PHPhotosError> checkAccess(const internal::AuthorizationStore& sto
   return PHPhotosError{Code::accessUserDenied, "the user has not allowed adding to the photo library"};
 }
 
+Presentation permissionQuestion(PHAccessLevel level) {
+  return {std::string(PHPhotoLibrary::kPermissionKind),
+          level == PHAccessLevel::addOnly
+              ? NSLocalizedString("“Aurimo” Would Like to Add to Your Photos",
+                                  "Question asked before the app may save pictures to the photo library.")
+              : NSLocalizedString("“Aurimo” Would Like Full Access to Your Photo Library",
+                                  "Question asked before the app may read and change the photo library."),
+          "",
+          {std::string(kDontAllowChoice), std::string(kAllowChoice), std::string(kLimitedChoice)}};
+}
+
+// The status the choice taken leaves behind; nullopt while nobody answered.
+std::optional<PHAuthorizationStatus> statusChosen(const Presentation& question, std::optional<std::size_t> answer) {
+  if (!answer) return std::nullopt;
+  const std::string& choice = question.choices[*answer];
+  if (choice == kAllowChoice) return PHAuthorizationStatus::authorized;
+  if (choice == kLimitedChoice) return PHAuthorizationStatus::limited;
+  return PHAuthorizationStatus::denied;
+}
+
 }  // namespace
 
 struct PHPhotoLibrary::State {
   State(const std::filesystem::path& stateDirectory, const std::filesystem::path& picturesDirectory,
-        std::shared_ptr<PhotoPermissionPrompt> prompt)
-      : store(stateDirectory / kStateFileName), assets(picturesDirectory / kAppFolder), prompt(std::move(prompt)) {}
+        std::shared_ptr<Person> person)
+      : store(stateDirectory / kStateFileName), assets(picturesDirectory / kAppFolder), person(std::move(person)) {}
 
   PHAuthorizationStatus resolve(PHAccessLevel level);
   std::optional<PHPhotosError> commit(const internal::ChangeTransaction& transaction);
 
   internal::AuthorizationStore store;
   const std::filesystem::path assets;
-  const std::shared_ptr<PhotoPermissionPrompt> prompt;
+  const std::shared_ptr<Person> person;
   std::mutex promptMutex;  // held while the question is up, so it is asked once
 };
 
@@ -133,7 +154,8 @@ PHAuthorizationStatus PHPhotoLibrary::State::resolve(PHAccessLevel level) {
   std::lock_guard asking(promptMutex);
   PHAuthorizationStatus status = store.status(level);
   if (status != PHAuthorizationStatus::notDetermined) return status;
-  std::optional<PHAuthorizationStatus> answer = authorizationStatusFor(prompt->ask(level));
+  const Presentation question = permissionQuestion(level);
+  std::optional<PHAuthorizationStatus> answer = statusChosen(question, person->ask(question));
   if (!answer) return status;
   if (auto error = store.set(level, *answer)) {
     std::fprintf(stderr, "aurimo: could not keep the photo library decision: %s\n", error->message().c_str());
@@ -178,24 +200,24 @@ std::optional<PHPhotosError> PHPhotoLibrary::State::commit(const internal::Chang
 
 Replaceable<PHPhotoLibrary>& PHPhotoLibrary::slot() {
   static Replaceable<PHPhotoLibrary> instance(
-      [] { return std::make_shared<PHPhotoLibrary>(std::make_shared<TerminalPhotoPermissionPrompt>()); });
+      [] { return std::make_shared<PHPhotoLibrary>(std::make_shared<TerminalPerson>()); });
   return instance;
 }
 
 PHPhotoLibrary::PHPhotoLibrary(const std::filesystem::path& stateDirectory,
                                const std::filesystem::path& picturesDirectory,
-                               std::shared_ptr<PhotoPermissionPrompt> prompt)
-    : state_(std::make_shared<State>(stateDirectory, picturesDirectory, std::move(prompt))),
+                               std::shared_ptr<Person> person)
+    : state_(std::make_shared<State>(stateDirectory, picturesDirectory, std::move(person))),
       changeQueue_("Photos.PHPhotoLibrary.ChangeQueue") {
-  if (!state_->prompt) {
-    std::fprintf(stderr, "PHPhotoLibrary needs a permission prompt\n");
+  if (!state_->person) {
+    std::fprintf(stderr, "PHPhotoLibrary needs a person to ask\n");
     std::abort();
   }
 }
 
-PHPhotoLibrary::PHPhotoLibrary(std::shared_ptr<PhotoPermissionPrompt> prompt)
+PHPhotoLibrary::PHPhotoLibrary(std::shared_ptr<Person> person)
     : PHPhotoLibrary(Directories::current().stateDirectory(), Directories::current().picturesDirectory(),
-                     std::move(prompt)) {}
+                     std::move(person)) {}
 
 PHPhotoLibrary::~PHPhotoLibrary() = default;
 

@@ -13,7 +13,6 @@
 namespace aurimo::platform {
 namespace {
 
-using Answer = PhotoPermissionAnswer;
 using Code = PHPhotosError::Code;
 using Status = PHAuthorizationStatus;
 using namespace std::string_literals;
@@ -69,25 +68,24 @@ Outcome save(std::vector<std::optional<Data>> photos, std::optional<std::string>
 
 TEST(PhotoLibraryAuthorization, AsksOnlyWhileUndecidedAndKeepsTheAnswer) {
   struct Case {
-    Answer answer;
+    std::vector<std::string> script;
     Status status;
     std::size_t questionsAfterTwoRequests;
   };
   const Case cases[] = {
-      {Answer::allow, Status::authorized, 1},
-      {Answer::allowLimited, Status::limited, 1},
-      {Answer::deny, Status::denied, 1},
-      {Answer::noAnswer, Status::notDetermined, 2},
+      {{"Allow"}, Status::authorized, 1},
+      {{"Limited"}, Status::limited, 1},
+      {{"Don't Allow"}, Status::denied, 1},
+      {{}, Status::notDetermined, 2},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(static_cast<int>(c.answer));
+    SCOPED_TRACE(c.script.empty() ? "nobody answers" : c.script[0]);
     test::PhotoLibraryEnvironment env;
-    env.prompt->push(c.answer);
-    env.prompt->push(c.answer);
+    for (const std::string& choice : c.script) env.person->push(choice);
 
     EXPECT_EQ(request(), c.status);
     EXPECT_EQ(request(), c.status);
-    EXPECT_EQ(env.prompt->asked().size(), c.questionsAfterTwoRequests);
+    EXPECT_EQ(env.person->presentations().size(), c.questionsAfterTwoRequests);
 
     env.restartLibrary();
     EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly), c.status);
@@ -98,22 +96,22 @@ TEST(PhotoLibraryAuthorization, AsksOnlyWhileUndecidedAndKeepsTheAnswer) {
 TEST(PhotoLibraryAuthorization, AnExistingDecisionIsNotAsked) {
   test::PhotoLibraryEnvironment env;
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::restricted));
-  env.prompt->push(Answer::allow);
+  env.person->push("Allow");
 
   EXPECT_EQ(request(), Status::restricted);
-  EXPECT_TRUE(env.prompt->asked().empty());
+  EXPECT_TRUE(env.person->presentations().empty());
 }
 
 TEST(PhotoLibraryAuthorization, ConcurrentRequestsShareOneQuestion) {
   test::PhotoLibraryEnvironment env;
-  env.prompt->push(Answer::allow);
+  env.person->push("Allow");
 
   auto first = std::async(std::launch::async, [] { return request(); });
   auto second = std::async(std::launch::async, [] { return request(); });
 
   EXPECT_EQ(first.get(), Status::authorized);
   EXPECT_EQ(second.get(), Status::authorized);
-  EXPECT_EQ(env.prompt->asked().size(), 1u);
+  EXPECT_EQ(env.person->presentations().size(), 1u);
 }
 
 TEST(PhotoLibraryChanges, SavesTheBytesUnchangedUnderANameForTheirFormat) {
@@ -177,7 +175,7 @@ TEST(PhotoLibraryChanges, AddsOnlyWithAuthorizedOrLimitedAccess) {
     EXPECT_EQ(outcome.success, !c.error);
     EXPECT_EQ(outcome.error ? std::optional(outcome.error->code) : std::nullopt, c.error);
     EXPECT_EQ(env.savedPhotos().size(), c.error ? 0u : 1u);
-    EXPECT_TRUE(env.prompt->asked().empty()) << "a change never prompts";
+    EXPECT_TRUE(env.person->presentations().empty()) << "a change never prompts";
   }
 }
 

@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <string>
 
-#include "platform/photo_permission_prompt.h"
 #include "testing/photo_library_environment.h"
 
 namespace aurimo::platform {
@@ -55,45 +53,6 @@ TEST(PhotoLibraryState, ReadsWhatItCanAndMovesUnusableFilesAside) {
     EXPECT_EQ(std::filesystem::exists(aside), c.movedAside);
     EXPECT_EQ(std::filesystem::exists(file), !c.movedAside);
   }
-}
-
-TEST(TerminalPhotoPermissionPrompt, ReadsTheAnswerAndAsksAgainOnNonsense) {
-  struct Case {
-    std::string typed;
-    PhotoPermissionAnswer answer;
-  };
-  const Case cases[] = {
-      {"y\n", PhotoPermissionAnswer::allow},
-      {"  YES \n", PhotoPermissionAnswer::allow},
-      {"n\n", PhotoPermissionAnswer::deny},
-      {"Limited\n", PhotoPermissionAnswer::allowLimited},
-      {"maybe\nno\n", PhotoPermissionAnswer::deny},
-      {"maybe\n", PhotoPermissionAnswer::noAnswer},
-      {"", PhotoPermissionAnswer::noAnswer},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.typed);
-    std::string typed = c.typed;
-    FILE* input = typed.empty() ? std::fopen("/dev/null", "r") : fmemopen(typed.data(), typed.size(), "r");
-    FILE* output = std::fopen("/dev/null", "w");
-    TerminalPhotoPermissionPrompt prompt(input, output, /*onlyOnTerminal=*/false);
-    EXPECT_EQ(prompt.ask(PHAccessLevel::addOnly), c.answer);
-    std::fclose(input);
-    std::fclose(output);
-  }
-}
-
-TEST(TerminalPhotoPermissionPrompt, DoesNotAskWithoutATerminal) {
-  std::string typed = "y\n";
-  FILE* input = fmemopen(typed.data(), typed.size(), "r");
-  char* written = nullptr;
-  std::size_t length = 0;
-  FILE* output = open_memstream(&written, &length);
-  EXPECT_EQ(TerminalPhotoPermissionPrompt(input, output).ask(PHAccessLevel::addOnly), PhotoPermissionAnswer::noAnswer);
-  std::fclose(output);
-  EXPECT_EQ(length, 0u);
-  std::free(written);
-  std::fclose(input);
 }
 
 }  // namespace

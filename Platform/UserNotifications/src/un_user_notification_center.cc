@@ -10,6 +10,7 @@
 #include "platform/atomic_file.h"
 #include "platform/directories.h"
 #include "platform/dispatch_queue.h"
+#include "platform/localization.h"
 #include "request_coding.h"
 
 namespace aurimo::platform {
@@ -20,6 +21,20 @@ bool allowsDelivery(UNAuthorizationStatus status) {
          status == UNAuthorizationStatus::ephemeral;
 }
 
+// The system's question. Its second line names alerts, sounds and badges, so
+// it is true only when the app asks for all three.
+Presentation permissionQuestion(UNAuthorizationOptions options) {
+  const bool asksForAll = options.contains(UNAuthorizationOptions::alert | UNAuthorizationOptions::sound |
+                                           UNAuthorizationOptions::badge);
+  return {std::string(UNUserNotificationCenter::kPermissionKind),
+          NSLocalizedString("“Aurimo” Would Like to Send You Notifications",
+                            "Question asked before the app may show notifications."),
+          asksForAll ? NSLocalizedString("Notifications may include alerts, sounds and icon badges.",
+                                         "Second line of the question about notifications, saying what they may contain.")
+                     : std::string(),
+          {std::string(kDontAllowChoice), std::string(kAllowChoice)}};
+}
+
 template <class F>
 void completeLater(F&& block) {
   DispatchQueue::global().async(std::forward<F>(block));
@@ -28,12 +43,12 @@ void completeLater(F&& block) {
 }  // namespace
 
 struct UNUserNotificationCenter::State {
-  State(std::filesystem::path directory, std::shared_ptr<NotificationPermissionPrompt> prompt)
-      : directory(std::move(directory)), file(this->directory / "user_notifications.json"), prompt(std::move(prompt)) {}
+  State(std::filesystem::path directory, std::shared_ptr<Person> person)
+      : directory(std::move(directory)), file(this->directory / "user_notifications.json"), person(std::move(person)) {}
 
   const std::filesystem::path directory;
   const std::filesystem::path file;
-  const std::shared_ptr<NotificationPermissionPrompt> prompt;
+  const std::shared_ptr<Person> person;
   // One permission question at a time, as the system's modal prompt.
   DispatchQueue promptQueue{"UNUserNotificationCenter.prompt"};
 
@@ -82,10 +97,10 @@ struct UNUserNotificationCenter::State {
 };
 
 UNUserNotificationCenter::UNUserNotificationCenter(std::filesystem::path stateDirectory,
-                                                   std::shared_ptr<NotificationPermissionPrompt> prompt)
-    : state_(std::make_shared<State>(std::move(stateDirectory), std::move(prompt))) {
-  if (!state_->prompt) {
-    std::fprintf(stderr, "UNUserNotificationCenter: a permission prompt is required\n");
+                                                   std::shared_ptr<Person> person)
+    : state_(std::make_shared<State>(std::move(stateDirectory), std::move(person))) {
+  if (!state_->person) {
+    std::fprintf(stderr, "UNUserNotificationCenter: a person to ask is required\n");
     std::abort();
   }
   state_->load();
@@ -96,7 +111,7 @@ UNUserNotificationCenter::~UNUserNotificationCenter() = default;
 Replaceable<UNUserNotificationCenter>& UNUserNotificationCenter::slot() {
   static Replaceable<UNUserNotificationCenter> instance([] {
     return std::make_shared<UNUserNotificationCenter>(Directories::current().stateDirectory(),
-                                                      std::make_shared<TerminalNotificationPermissionPrompt>());
+                                                      std::make_shared<TerminalPerson>());
   });
   return instance;
 }
@@ -136,10 +151,10 @@ void UNUserNotificationCenter::requestAuthorization(
       after = UNAuthorizationStatus::provisional;  // granted quietly, without asking
     } else if (before == UNAuthorizationStatus::notDetermined ||
                (before == UNAuthorizationStatus::provisional && !wantsProvisional)) {
-      switch (state->prompt->ask(options)) {
-        case NotificationPermissionAnswer::allow: after = UNAuthorizationStatus::authorized; break;
-        case NotificationPermissionAnswer::deny: after = UNAuthorizationStatus::denied; break;
-        case NotificationPermissionAnswer::noAnswer: break;
+      const Presentation question = permissionQuestion(options);
+      if (std::optional<std::size_t> answer = state->person->ask(question)) {
+        after = question.choices[*answer] == kAllowChoice ? UNAuthorizationStatus::authorized
+                                                          : UNAuthorizationStatus::denied;
       }
     }
     std::optional<UNError> error;

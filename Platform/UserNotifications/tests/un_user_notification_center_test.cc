@@ -13,13 +13,12 @@
 #include <unistd.h>
 
 #include "testing/fake_clock.h"
-#include "testing/scripted_permission_prompt.h"
+#include "testing/scripted_person.h"
 
 namespace aurimo::platform {
 namespace {
 
-using test::ScriptedNotificationPermissionPrompt;
-using Answer = NotificationPermissionAnswer;
+using test::ScriptedPerson;
 using Status = UNAuthorizationStatus;
 
 // Starts an operation with a completion that hands its arguments back, blocks
@@ -68,7 +67,7 @@ class UserNotificationCenter : public testing::Test {
   void TearDown() override { std::filesystem::remove_all(dir_); }
 
   std::unique_ptr<UNUserNotificationCenter> makeCenter() {
-    return std::make_unique<UNUserNotificationCenter>(dir_, prompt_);
+    return std::make_unique<UNUserNotificationCenter>(dir_, person_);
   }
   std::vector<UNNotificationRequest> pending(UNUserNotificationCenter& center) {
     return std::get<0>(await<std::vector<UNNotificationRequest>>(
@@ -83,21 +82,9 @@ class UserNotificationCenter : public testing::Test {
   std::shared_ptr<test::FakeClock> clock_ = std::make_shared<test::FakeClock>();
   ScopedReplacement<Clock> pinClock_{Clock::slot(), clock_};
   ScopedReplacement<TimeZone> pinZone_{TimeZone::slot(), std::make_shared<TimeZone>(*TimeZone::named("Europe/Berlin"))};
-  std::shared_ptr<ScriptedNotificationPermissionPrompt> prompt_ = std::make_shared<ScriptedNotificationPermissionPrompt>();
+  std::shared_ptr<ScriptedPerson> person_ = std::make_shared<ScriptedPerson>();
   std::filesystem::path dir_;
 };
-
-TEST_F(UserNotificationCenter, CompletionsNeverRunInsideTheCall) {
-  auto center = makeCenter();
-  await<UNNotificationSettings>([&](auto done) { center->getNotificationSettings(done); });
-  await<bool, std::optional<UNError>>([&](auto done) { center->requestAuthorization({7}, done); });
-  await<std::optional<UNError>>([&](auto done) { center->add(reminder("a", "c", {.hour = 10}), done); });
-  await<std::vector<UNNotificationRequest>>([&](auto done) { center->getPendingNotificationRequests(done); });
-  await<UNNotificationPresentationOptions>([&](auto done) {
-    center->presentNotification({clock_->now(), reminder("a", "c", {.hour = 10})}, done);
-  });
-  await<>([&](auto done) { center->openNotification({{clock_->now(), reminder("a", "c", {.hour = 10})}}, done); });
-}
 
 TEST_F(UserNotificationCenter, PendingRequestsAndStatusSurviveARestart) {
   DateComponents inNewYork{.timeZone = TimeZone::named("America/New_York"), .year = 2023, .month = 11, .day = 20,
@@ -158,35 +145,41 @@ TEST_F(UserNotificationCenter, RefusesRequestsItCannotDeliver) {
 struct AuthorizationCase {
   Status before;
   std::uint32_t options;
-  std::vector<Answer> script;
+  std::vector<std::string> script;
   bool granted;
   Status after;
-  std::size_t questions;
+  const char* asked;  // the question's second line; nullptr: nobody is asked
 };
 
-TEST_F(UserNotificationCenter, RequestsAuthorizationThroughThePrompt) {
+TEST_F(UserNotificationCenter, RequestsAuthorizationThroughThePerson) {
   constexpr std::uint32_t kBadgeSoundAlert = 7;
+  const char* const kAll = "Notifications may include alerts, sounds and icon badges.";
   const AuthorizationCase cases[] = {
-      {Status::notDetermined, kBadgeSoundAlert, {Answer::allow}, true, Status::authorized, 1},
-      {Status::notDetermined, kBadgeSoundAlert, {Answer::deny}, false, Status::denied, 1},
-      {Status::notDetermined, kBadgeSoundAlert, {Answer::noAnswer}, false, Status::notDetermined, 1},
-      {Status::notDetermined, UNAuthorizationOptions::provisional, {}, true, Status::provisional, 0},
-      {Status::denied, kBadgeSoundAlert, {Answer::allow}, false, Status::denied, 0},
-      {Status::authorized, kBadgeSoundAlert, {Answer::deny}, true, Status::authorized, 0},
-      {Status::provisional, kBadgeSoundAlert, {Answer::allow}, true, Status::authorized, 1},
-      {Status::ephemeral, kBadgeSoundAlert, {}, true, Status::ephemeral, 0},
+      {Status::notDetermined, kBadgeSoundAlert, {"Allow"}, true, Status::authorized, kAll},
+      {Status::notDetermined, kBadgeSoundAlert, {"Don't Allow"}, false, Status::denied, kAll},
+      {Status::notDetermined, kBadgeSoundAlert, {}, false, Status::notDetermined, kAll},
+      {Status::notDetermined, 6, {"Allow"}, true, Status::authorized, ""},  // without badges the line goes
+      {Status::notDetermined, UNAuthorizationOptions::provisional, {}, true, Status::provisional, nullptr},
+      {Status::denied, kBadgeSoundAlert, {"Allow"}, false, Status::denied, nullptr},
+      {Status::authorized, kBadgeSoundAlert, {"Don't Allow"}, true, Status::authorized, nullptr},
+      {Status::provisional, kBadgeSoundAlert, {"Allow"}, true, Status::authorized, kAll},
+      {Status::ephemeral, kBadgeSoundAlert, {}, true, Status::ephemeral, nullptr},
   };
   for (const AuthorizationCase& c : cases) {
     SCOPED_TRACE(testing::Message() << "from status " << int(c.before) << " with options " << c.options);
     std::filesystem::remove_all(dir_);
-    prompt_ = std::make_shared<ScriptedNotificationPermissionPrompt>(c.script);
+    person_ = std::make_shared<ScriptedPerson>(c.script);
     auto center = makeCenter();
     ASSERT_FALSE(center->setAuthorizationStatus(c.before));
     auto [granted, error] =
         await<bool, std::optional<UNError>>([&](auto done) { center->requestAuthorization({c.options}, done); });
     EXPECT_FALSE(error.has_value());
     EXPECT_EQ(granted, c.granted);
-    EXPECT_EQ(prompt_->asked().size(), c.questions);
+    const auto asked = person_->presentations();
+    ASSERT_EQ(asked.size(), c.asked ? 1u : 0u);
+    if (c.asked) {
+      EXPECT_EQ(asked[0].presentation.message, c.asked);
+    }
     EXPECT_EQ(status(*makeCenter()), c.after);  // the decision is saved
   }
 }
@@ -223,6 +216,7 @@ TEST_F(UserNotificationCenter, HoldsTheDelegateWeakly) {
   auto [options] = await<UNNotificationPresentationOptions>(
       [&](auto done) { center->presentNotification(notification, done); });
   EXPECT_EQ(options.rawValue, 0u);
+  await<>([&](auto done) { center->openNotification({notification}, done); });
 }
 
 TEST_F(UserNotificationCenter, MovesADamagedStateFileAside) {
@@ -231,29 +225,6 @@ TEST_F(UserNotificationCenter, MovesADamagedStateFileAside) {
   auto center = makeCenter();
   EXPECT_EQ(status(*center), Status::notDetermined);
   EXPECT_TRUE(std::filesystem::exists(dir_ / "user_notifications.json.corrupt"));
-}
-
-struct TerminalCase {
-  const char* typed;
-  Answer answer;
-};
-
-TEST(TerminalNotificationPermissionPrompt, ReadsYesOrNoUntilItGetsOne) {
-  const TerminalCase cases[] = {{"Y\n", Answer::allow}, {"maybe\n no \n", Answer::deny}, {"", Answer::noAnswer},
-                                {"what\n", Answer::noAnswer}};
-  for (const TerminalCase& c : cases) {
-    std::string typed = c.typed;
-    std::FILE* input = fmemopen(typed.data(), typed.size() + 1, "r");
-    std::FILE* output = std::tmpfile();
-    EXPECT_EQ(TerminalNotificationPermissionPrompt(input, output, false).ask({7}), c.answer) << c.typed;
-    std::fclose(input);
-    std::fclose(output);
-  }
-  // A pipe is not a terminal: nobody is asked.
-  std::string typed = "y\n";
-  std::FILE* input = fmemopen(typed.data(), typed.size(), "r");
-  EXPECT_EQ(TerminalNotificationPermissionPrompt(input, stderr).ask({7}), Answer::noAnswer);
-  std::fclose(input);
 }
 
 }  // namespace

@@ -27,8 +27,7 @@
 #include "platform/services.h"
 #include "testing/fake_clock.h"
 #include "testing/faulty_file_manager.h"
-#include "testing/scripted_permission_prompt.h"
-#include "testing/scripted_photo_permission_prompt.h"
+#include "testing/scripted_person.h"
 #include "testing/temporary_directory.h"
 
 namespace aurimo::test {
@@ -72,9 +71,8 @@ class Environment {
 
   const std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
   const std::shared_ptr<FaultyFileManager> files = std::make_shared<FaultyFileManager>();
-  const std::shared_ptr<ScriptedNotificationPermissionPrompt> notificationPrompt =
-      std::make_shared<ScriptedNotificationPermissionPrompt>();
-  const std::shared_ptr<ScriptedPhotoPermissionPrompt> photoPrompt = std::make_shared<ScriptedPhotoPermissionPrompt>();
+  // The person in front of the screen: answers every question from a script.
+  const std::shared_ptr<ScriptedPerson> person = std::make_shared<ScriptedPerson>();
 
  private:
   class Pins;

@@ -1,14 +1,14 @@
 #pragma once
 // PhotoLibraryEnvironment: everything a photo-library test touches, kept in a
 // fresh temporary folder for the test's lifetime: Directories point there,
-// the clock is a FakeClock, and the shared PHPhotoLibrary is a new one whose
-// prompt is scripted. Everything is put back and removed at the end.
+// the clock is a FakeClock, and the shared PHPhotoLibrary is a new one that
+// asks a ScriptedPerson. Everything is put back and removed at the end.
 //
 // Thread contract: create and destroy on the test's thread; wait for queued
 // photo-library work before the environment goes.
 //
 //   test::PhotoLibraryEnvironment env;
-//   env.prompt->push(platform::PhotoPermissionAnswer::allow);
+//   env.person->push("Allow");
 
 #include <algorithm>
 #include <cstdio>
@@ -22,7 +22,7 @@
 #include "platform/directories.h"
 #include "platform/ph_photo_library.h"
 #include "testing/fake_clock.h"
-#include "testing/scripted_photo_permission_prompt.h"
+#include "testing/scripted_person.h"
 
 namespace aurimo::test {
 
@@ -33,7 +33,7 @@ class PhotoLibraryEnvironment {
         .settings = root_ / "data", .state = root_ / "data", .caches = root_ / "caches", .pictures = root_ / "Pictures"};
     directories_.emplace(platform::Directories::slot(), std::make_shared<platform::Directories>(locations));
     clockPin_.emplace(platform::Clock::slot(), clock);
-    library_.emplace(platform::PHPhotoLibrary::slot(), std::make_shared<platform::PHPhotoLibrary>(prompt));
+    library_.emplace(platform::PHPhotoLibrary::slot(), std::make_shared<platform::PHPhotoLibrary>(person));
   }
   ~PhotoLibraryEnvironment() {
     library_.reset();
@@ -47,7 +47,7 @@ class PhotoLibraryEnvironment {
 
   // Puts a new library on the same folders in place of the shared one, as a restart would.
   void restartLibrary() {
-    platform::PHPhotoLibrary::slot().replace(std::make_shared<platform::PHPhotoLibrary>(prompt));
+    platform::PHPhotoLibrary::slot().replace(std::make_shared<platform::PHPhotoLibrary>(person));
   }
 
   // Waits until every change queued on the shared library so far has finished.
@@ -71,7 +71,7 @@ class PhotoLibraryEnvironment {
   const std::filesystem::path& root() const { return root_; }
 
   const std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
-  const std::shared_ptr<ScriptedPhotoPermissionPrompt> prompt = std::make_shared<ScriptedPhotoPermissionPrompt>();
+  const std::shared_ptr<ScriptedPerson> person = std::make_shared<ScriptedPerson>();
 
  private:
   static std::filesystem::path makeRoot() {

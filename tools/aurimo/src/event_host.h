@@ -13,6 +13,8 @@
 #include <functional>
 #include <iosfwd>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -21,6 +23,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/person.h"
+
 namespace aurimo::tool {
 
 // Thrown by a handler for an event it cannot take (a missing or mistyped field);
@@ -28,6 +32,34 @@ namespace aurimo::tool {
 class EventError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
+};
+
+// The person in front of the screen while events arrive: a question gets the
+// choice an event last made for its kind, else it is asked on the terminal.
+// Any thread (the platform asks on worker threads).
+class HostPerson final : public platform::Person {
+ public:
+  // From now on questions of `kind` take `choice`; nullopt: nobody answers them.
+  void answer(std::string kind, std::optional<std::string> choice) {
+    std::lock_guard lock(mutex_);
+    answers_.insert_or_assign(std::move(kind), std::move(choice));
+  }
+
+ protected:
+  std::optional<std::size_t> choose(const platform::Presentation& question) override {
+    {
+      std::lock_guard lock(mutex_);
+      if (auto set = answers_.find(question.kind); set != answers_.end()) {
+        return set->second ? platform::choiceIndex(question, *set->second) : std::nullopt;
+      }
+    }
+    return terminal_.ask(question);
+  }
+
+ private:
+  platform::TerminalPerson terminal_;
+  std::mutex mutex_;
+  std::map<std::string, std::optional<std::string>, std::less<>> answers_;  // guarded by mutex_
 };
 
 class EventHost {
@@ -51,6 +83,9 @@ class EventHost {
   // Answers every line of `in` on `out`, flushing after each answer.
   void run(std::istream& in, std::ostream& out);
 
+  // Whom the subsystems' questions go to; events choose its answers.
+  const std::shared_ptr<HostPerson>& person() const { return person_; }
+
   // The registered event names, sorted.
   std::vector<std::string> eventNames() const;
 
@@ -62,6 +97,7 @@ class EventHost {
   void settle();
 
   std::map<std::string, Handler, std::less<>> handlers_;
+  const std::shared_ptr<HostPerson> person_ = std::make_shared<HostPerson>();
 };
 
 // Field readers for handlers; they throw EventError naming the event and field.

@@ -5,7 +5,7 @@
 //   {"event":"imageCacheRead","key":"…"}
 //
 // photoPermission plays the user: while the add-only decision is open it is
-// the prompt's answer, afterwards the choice made in the system's settings
+// the person's answer, afterwards the choice made in the system's settings
 // (restricted and notDetermined are always set there); then it requests
 // access and answers with the resulting status. The host's photo library
 // never asks on the terminal, since events may be arriving on stdin.
@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <future>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -33,45 +32,30 @@ namespace {
 namespace fs = std::filesystem;
 using platform::PHAccessLevel;
 using platform::PHAuthorizationStatus;
-using platform::PhotoPermissionAnswer;
-
-// Answers what the last photoPermission event chose; nobody answers before that.
-class HostPhotoPermissionPrompt final : public platform::PhotoPermissionPrompt {
- public:
-  PhotoPermissionAnswer ask(PHAccessLevel) override {
-    std::lock_guard lock(mutex_);
-    return answer_;
-  }
-  void setAnswer(PhotoPermissionAnswer answer) {
-    std::lock_guard lock(mutex_);
-    answer_ = answer;
-  }
-
- private:
-  std::mutex mutex_;
-  PhotoPermissionAnswer answer_ = PhotoPermissionAnswer::noAnswer;  // guarded by mutex_
-};
 
 struct MediaSession {
-  std::shared_ptr<HostPhotoPermissionPrompt> prompt = std::make_shared<HostPhotoPermissionPrompt>();
-  std::shared_ptr<platform::PHPhotoLibrary> library = std::make_shared<platform::PHPhotoLibrary>(prompt);
-  PhotoLibraryManager photoLibraryManager{library};
+  explicit MediaSession(std::shared_ptr<platform::Person> person)
+      : library(std::make_shared<platform::PHPhotoLibrary>(std::move(person))), photoLibraryManager(library) {}
+
+  std::shared_ptr<platform::PHPhotoLibrary> library;
+  PhotoLibraryManager photoLibraryManager;
   CacheHelper cacheHelper;
 };
 
-PhotoPermissionAnswer promptAnswerFor(PHAuthorizationStatus status) {
+// The choice the user takes when asked; nullopt for a status only the system's settings set.
+std::optional<std::string> choiceFor(PHAuthorizationStatus status) {
   switch (status) {
     case PHAuthorizationStatus::authorized:
-      return PhotoPermissionAnswer::allow;
+      return std::string(platform::kAllowChoice);
     case PHAuthorizationStatus::limited:
-      return PhotoPermissionAnswer::allowLimited;
+      return std::string(platform::kLimitedChoice);
     case PHAuthorizationStatus::denied:
-      return PhotoPermissionAnswer::deny;
+      return std::string(platform::kDontAllowChoice);
     case PHAuthorizationStatus::restricted:
     case PHAuthorizationStatus::notDetermined:
       break;
   }
-  return PhotoPermissionAnswer::noAnswer;
+  return std::nullopt;
 }
 
 // The bytes of "file" or of "base64", exactly one of which must be given.
@@ -110,18 +94,19 @@ nlohmann::ordered_json orNull(const std::optional<fs::path>& path) {
 }  // namespace
 
 void registerMediaEvents(EventHost& host) {
-  auto session = std::make_shared<MediaSession>();
+  auto session = std::make_shared<MediaSession>(host.person());
+  const std::string kind(platform::PHPhotoLibrary::kPermissionKind);
+  host.person()->answer(kind, std::nullopt);  // nobody answers before a photoPermission event
   platform::PHPhotoLibrary::slot().replace(session->library);
 
-  host.on("photoPermission", [session](const nlohmann::json& event) {
+  host.on("photoPermission", [session, kind, person = host.person()](const nlohmann::json& event) {
     const std::string answer = requiredString(event, "answer");
     const std::optional<PHAuthorizationStatus> chosen = platform::authorizationStatusNamed(answer);
     if (!chosen) throw EventError("photoPermission: unknown answer \"" + answer + "\"");
 
-    const PhotoPermissionAnswer promptAnswer = promptAnswerFor(*chosen);
-    session->prompt->setAnswer(promptAnswer);
-    if (!session->photoLibraryManager.canRequestPermissions() ||
-        promptAnswer == PhotoPermissionAnswer::noAnswer) {
+    const std::optional<std::string> choice = choiceFor(*chosen);
+    person->answer(kind, choice);
+    if (!session->photoLibraryManager.canRequestPermissions() || !choice) {
       if (auto error = platform::PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, *chosen)) {
         throw EventError("photoPermission: " + error->message);
       }

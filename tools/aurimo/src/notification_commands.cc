@@ -16,9 +16,8 @@ void addNotificationsCommand(CommandLine& commandLine) {
   // "ls" is its only subcommand so far, and a required one.
   CLI::App* command = commandLine.addCommand("notifications", "Show the notification system's state", [] {
     // Only reads: nobody is ever asked anything here.
-    platform::UNUserNotificationCenter center(
-        platform::Directories::current().stateDirectory(),
-        std::make_shared<platform::FixedNotificationPermissionPrompt>(platform::NotificationPermissionAnswer::noAnswer));
+    platform::UNUserNotificationCenter center(platform::Directories::current().stateDirectory(),
+                                              std::make_shared<platform::FixedPerson>(std::nullopt));
     for (const auto& request : pendingRequests(center)) std::cout << EventHost::format(requestJson(request)) << '\n';
     std::cout << std::flush;
     return kExitSuccess;

@@ -33,29 +33,7 @@
 namespace aurimo::tool {
 namespace {
 
-using platform::NotificationPermissionAnswer;
 using platform::UNAuthorizationStatus;
-
-// Answers with what the last notificationSystem event said, else asks on the terminal.
-class HostPermissionPrompt final : public platform::NotificationPermissionPrompt {
- public:
-  NotificationPermissionAnswer ask(platform::UNAuthorizationOptions options) override {
-    {
-      std::lock_guard lock(mutex_);
-      if (answer_) return *answer_;
-    }
-    return terminal_.ask(options);
-  }
-  void setAnswer(NotificationPermissionAnswer answer) {
-    std::lock_guard lock(mutex_);
-    answer_ = answer;
-  }
-
- private:
-  platform::TerminalNotificationPermissionPrompt terminal_;
-  std::mutex mutex_;
-  std::optional<NotificationPermissionAnswer> answer_;  // guarded by mutex_
-};
 
 class BroadcastRecorder {
  public:
@@ -94,9 +72,9 @@ class BroadcastRecorder {
 };
 
 struct NotificationSession {
-  NotificationSession() {
+  explicit NotificationSession(std::shared_ptr<platform::Person> person) {
     platform::UNUserNotificationCenter::slot().replace(std::make_shared<platform::UNUserNotificationCenter>(
-        platform::Directories::current().stateDirectory(), prompt));
+        platform::Directories::current().stateDirectory(), std::move(person)));
     // In the order the application context creates them.
     scheduler = QzLocalUserNotificationScheduler::create();
     manager = QzUserNotificationManager::create();
@@ -115,22 +93,24 @@ struct NotificationSession {
     scheduler->updateSchedule(nullptr);
   }
 
-  const std::shared_ptr<HostPermissionPrompt> prompt = std::make_shared<HostPermissionPrompt>();
   std::shared_ptr<QzLocalUserNotificationScheduler> scheduler;
   std::shared_ptr<QzUserNotificationManager> manager;
 };
 
 struct NotificationHost {
+  explicit NotificationHost(std::shared_ptr<HostPerson> person) : person(std::move(person)) {}
+
   // Started by the first notification event, so other commands never touch notification state.
   NotificationSession& session() {
     if (!session_) {
-      session_ = std::make_unique<NotificationSession>();
+      session_ = std::make_unique<NotificationSession>(person);
       // The launch settles before the event's own work, so the two never race.
       platform::RunLoop::main().runUntilAllQueuesIdle();
     }
     return *session_;
   }
 
+  const std::shared_ptr<HostPerson> person;
   BroadcastRecorder broadcasts;
   std::unique_ptr<NotificationSession> session_;
 };
@@ -157,7 +137,7 @@ platform::Date requiredDate(const nlohmann::json& event, const char* field) {
 }  // namespace
 
 void registerNotificationEvents(EventHost& host) {
-  auto state = std::make_shared<NotificationHost>();
+  auto state = std::make_shared<NotificationHost>(host.person());
 
   // Wraps an event's work: broadcasts are counted from before the session starts.
   auto on = [&host, state](std::string name, std::function<void(NotificationSession&, const nlohmann::json&)> work) {
@@ -175,7 +155,7 @@ void registerNotificationEvents(EventHost& host) {
     platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
   });
 
-  on("notificationSystem", [](NotificationSession& session, const nlohmann::json& event) {
+  on("notificationSystem", [person = host.person()](NotificationSession&, const nlohmann::json& event) {
     std::optional<UNAuthorizationStatus> status;
     if (std::optional<std::string> name = optionalString(event, "status")) {
       status = statusNamed(*name);
@@ -188,7 +168,10 @@ void registerNotificationEvents(EventHost& host) {
       if (!event["answer"].is_boolean()) throw EventError("notificationSystem: \"answer\" must be true or false");
       answer = event["answer"].get<bool>();
     }
-    if (answer) session.prompt->setAnswer(*answer ? NotificationPermissionAnswer::allow : NotificationPermissionAnswer::deny);
+    if (answer) {
+      person->answer(std::string(platform::UNUserNotificationCenter::kPermissionKind),
+                     std::string(*answer ? platform::kAllowChoice : platform::kDontAllowChoice));
+    }
     if (status) {
       if (auto error = platform::UNUserNotificationCenter::current().setAuthorizationStatus(*status)) {
         throw EventError("notificationSystem: " + error->message);

@@ -4,8 +4,9 @@
 //
 // On Linux the host plays the system: the authorization decisions are kept
 // in photo_library.json in a state folder, so they survive a restart; a
-// PhotoPermissionPrompt answers requests; the host (or a test) sets what the
-// user chose in the system's settings with setAuthorizationStatus(). A
+// Person answers the permission question (choices "Don't Allow", "Allow" and
+// "Limited"); the host (or a test) sets what the user chose in the system's
+// settings with setAuthorizationStatus(). A
 // created asset is a file of the unchanged bytes in an "Aurimo" folder under
 // the pictures folder, named "IMG_<UTC yyyyMMdd_HHmmss_SSS>_<n>.<ext>" from
 // the creation time (n keeps names unique), with the extension of the
@@ -29,8 +30,8 @@
 #include "platform/dispatch_queue.h"
 #include "platform/ph_asset_creation_request.h"
 #include "platform/ph_authorization_status.h"
+#include "platform/person.h"
 #include "platform/ph_photos_error.h"
-#include "platform/photo_permission_prompt.h"
 #include "platform/replaceable.h"
 
 namespace aurimo::platform {
@@ -47,20 +48,22 @@ class PHPhotoLibrary {
   // Decisions are kept in `stateDirectory`, photos saved in `picturesDirectory` /
   // kAppFolder; folders are created 0700 when first written.
   PHPhotoLibrary(const std::filesystem::path& stateDirectory, const std::filesystem::path& picturesDirectory,
-                 std::shared_ptr<PhotoPermissionPrompt> prompt);
+                 std::shared_ptr<Person> person);
   // The folders of Directories::current().
-  explicit PHPhotoLibrary(std::shared_ptr<PhotoPermissionPrompt> prompt);
+  explicit PHPhotoLibrary(std::shared_ptr<Person> person);
   ~PHPhotoLibrary();
   PHPhotoLibrary(const PHPhotoLibrary&) = delete;
   PHPhotoLibrary& operator=(const PHPhotoLibrary&) = delete;
 
-  // By default: the folders of Directories::current() and a terminal prompt.
+  // By default: the folders of Directories::current() and a TerminalPerson.
   static PHPhotoLibrary& shared() { return slot().get(); }
   static Replaceable<PHPhotoLibrary>& slot();
 
   // The shared library's current decision; never prompts.
   static PHAuthorizationStatus authorizationStatus(PHAccessLevel level);
-  // While the shared library's decision is open, asks its prompt once (concurrent
+  // The kind of the permission question put to the person.
+  static constexpr std::string_view kPermissionKind = "photoPermission";
+  // While the shared library's decision is open, asks its person once (concurrent
   // requests share the question) and keeps the answer; then calls `handler` with the
   // status.
   static void requestAuthorization(PHAccessLevel level, AuthorizationHandler handler);

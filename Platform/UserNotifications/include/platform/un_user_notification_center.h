@@ -5,10 +5,10 @@
 //
 // On Linux the host plays the system: the authorization status and the
 // pending requests are kept in user_notifications.json in a state folder, so
-// they survive a restart; a NotificationPermissionPrompt answers permission
-// requests; the host (or a test) sets the status the user chose in the
-// system's settings with setAuthorizationStatus() and delivers notifications
-// and taps with presentNotification() and openNotification().
+// they survive a restart; a Person answers the permission question (choices
+// "Don't Allow" and "Allow"); the host (or a test) sets the status the user
+// chose in the system's settings with setAuthorizationStatus() and delivers
+// notifications and taps with presentNotification() and openNotification().
 //
 // Thread contract: every member may be called from any thread. Completion
 // handlers run on DispatchQueue::global(), never inside the call, so a caller
@@ -25,9 +25,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "platform/notification_permission_prompt.h"
+#include "platform/person.h"
 #include "platform/replaceable.h"
 #include "platform/un_notification.h"
 #include "platform/un_notification_request.h"
@@ -65,12 +66,12 @@ class UNUserNotificationCenterDelegate {
 class UNUserNotificationCenter {
  public:
   // State is kept in `stateDirectory` (created 0700 when first written).
-  UNUserNotificationCenter(std::filesystem::path stateDirectory, std::shared_ptr<NotificationPermissionPrompt> prompt);
+  UNUserNotificationCenter(std::filesystem::path stateDirectory, std::shared_ptr<Person> person);
   ~UNUserNotificationCenter();
   UNUserNotificationCenter(const UNUserNotificationCenter&) = delete;
   UNUserNotificationCenter& operator=(const UNUserNotificationCenter&) = delete;
 
-  // By default: Directories::current().stateDirectory() and a terminal prompt.
+  // By default: Directories::current().stateDirectory() and a TerminalPerson.
   static UNUserNotificationCenter& current() { return slot().get(); }
   static Replaceable<UNUserNotificationCenter>& slot();
 
@@ -78,7 +79,9 @@ class UNUserNotificationCenter {
   std::shared_ptr<UNUserNotificationCenterDelegate> delegate() const;
 
   void getNotificationSettings(std::function<void(UNNotificationSettings)> completionHandler);
-  // Asks the prompt when the user has not decided yet (or has only allowed
+  // The kind of the permission question put to the person.
+  static constexpr std::string_view kPermissionKind = "notificationPermission";
+  // Asks the person when the user has not decided yet (or has only allowed
   // provisional delivery and `options` ask for more); `granted` is whether
   // notifications may be delivered afterwards.
   void requestAuthorization(UNAuthorizationOptions options,
