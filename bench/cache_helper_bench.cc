@@ -23,6 +23,7 @@
 #include "cache/storage.h"
 #include "platform/directories.h"
 #include "platform/dispatch_group.h"
+#include "testing/environment.h"
 
 namespace aurimo {
 namespace {
@@ -163,18 +164,13 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
 int main(int argc, char** argv) {
   using namespace aurimo;
-  std::string pattern = (fs::temp_directory_path() / "cache_helper_bench.XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) die("cannot create a temporary folder");
-  const fs::path root = pattern;
   // Before anything touches a storage, so nothing lands in the real caches folder.
-  platform::Directories::slot().replace(
-      std::make_shared<platform::Directories>(platform::Directories::Locations{root, root, root / "caches", root}));
+  test::Environment environment;
   fill(keys());
 
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
-  std::error_code ignored;
-  fs::remove_all(root, ignored);
+  CacheHelper::resetStoragesForTesting();
 }

@@ -27,9 +27,10 @@ function(aurimo_test)
   add_executable(${ARG_NAME} ${ARG_SOURCES})
   target_link_libraries(${ARG_NAME} PRIVATE ${ARG_DEPS} GTest::gmock GTest::gtest_main)
   aurimo_defaults(${ARG_NAME})
+  # A hang fails the test in two minutes instead of stalling CI.
   gtest_discover_tests(${ARG_NAME}
     DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS "${ARG_LABELS}")
+    PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 120)
 endfunction()
 
 function(aurimo_benchmark)
