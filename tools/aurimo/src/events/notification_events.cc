@@ -26,6 +26,7 @@
 #include "platform/application.h"
 #include "platform/calendar.h"
 #include "platform/directories.h"
+#include "platform/iso8601.h"
 #include "platform/notification_center.h"
 #include "platform/run_loop.h"
 #include "platform/un_user_notification_center.h"
@@ -159,7 +160,7 @@ std::optional<UNAuthorizationStatus> statusNamed(const std::string& name) {
 
 platform::Date requiredDate(const nlohmann::json& event, const char* field) {
   const std::string text = requiredString(event, field);
-  std::optional<platform::Date> date = parseIso8601(text, platform::Calendar::current());
+  std::optional<platform::Date> date = platform::parseIso8601(text, platform::Calendar::current());
   if (!date) throw EventError(event["event"].get<std::string>() + ": \"" + field + "\" is not an ISO 8601 date and time");
   return *date;
 }
