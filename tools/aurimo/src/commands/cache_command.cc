@@ -24,10 +24,10 @@
 
 #include "cache/storage.h"
 #include "cache/transformer_factory.h"
-#include "commands.h"
-#include "event_host.h"
+#include "commands/commands.h"
 #include "platform/clock.h"
 #include "platform/file_manager.h"
+#include "support/event_host.h"
 
 namespace aurimo::tool {
 namespace {

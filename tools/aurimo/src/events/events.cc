@@ -1,11 +1,11 @@
-#include "events.h"
+#include "events/events.h"
 
 namespace aurimo::tool {
 
 void registerAllEvents(EventHost& host) {
-  registerLinkEvents(host);
-  registerMediaEvents(host);
-  registerNotificationEvents(host);
+  host.add(linkEvents());
+  host.add(mediaEvents());
+  host.add(notificationEvents());
 }
 
 }  // namespace aurimo::tool

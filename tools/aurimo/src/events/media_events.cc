@@ -22,7 +22,7 @@
 
 #include "app_context/media/cache_helper.h"
 #include "app_context/media/photo_library_manager.h"
-#include "events.h"
+#include "events/events.h"
 #include "platform/atomic_file.h"
 #include "platform/base64.h"
 #include "platform/ph_photo_library.h"
@@ -52,10 +52,13 @@ class HostPhotoPermissionPrompt final : public platform::PhotoPermissionPrompt {
   PhotoPermissionAnswer answer_ = PhotoPermissionAnswer::noAnswer;  // guarded by mutex_
 };
 
-struct MediaSession {
-  std::shared_ptr<HostPhotoPermissionPrompt> prompt = std::make_shared<HostPhotoPermissionPrompt>();
+// Replaces the process-wide photo library for the rest of the run with one
+// whose prompt the events answer.
+struct PhotoSession {
+  PhotoSession() { platform::PHPhotoLibrary::slot().replace(std::make_shared<platform::PHPhotoLibrary>(prompt)); }
+
+  const std::shared_ptr<HostPhotoPermissionPrompt> prompt = std::make_shared<HostPhotoPermissionPrompt>();
   PhotoLibraryManager photoLibraryManager;
-  CacheHelper cacheHelper;
 };
 
 PhotoPermissionAnswer promptAnswerFor(PHAuthorizationStatus status) {
@@ -106,20 +109,31 @@ nlohmann::ordered_json orNull(const std::optional<fs::path>& path) {
   return path ? nlohmann::ordered_json(path->string()) : nlohmann::ordered_json(nullptr);
 }
 
-}  // namespace
+class MediaEvents final : public EventModule {
+ public:
+  void registerEvents(EventHost& host) override;
 
-void registerMediaEvents(EventHost& host) {
-  auto session = std::make_shared<MediaSession>();
-  platform::PHPhotoLibrary::slot().replace(std::make_shared<platform::PHPhotoLibrary>(session->prompt));
+ private:
+  // Started by the first well-formed photo event; the image cache needs none.
+  PhotoSession& photos() {
+    if (!photos_) photos_ = std::make_unique<PhotoSession>();
+    return *photos_;
+  }
 
-  host.on("photoPermission", [session](const nlohmann::json& event) {
+  std::unique_ptr<PhotoSession> photos_;
+  CacheHelper cacheHelper_;
+};
+
+void MediaEvents::registerEvents(EventHost& host) {
+  host.on("photoPermission", [this](const nlohmann::json& event) {
     const std::string answer = requiredString(event, "answer");
     const std::optional<PHAuthorizationStatus> chosen = platform::authorizationStatusNamed(answer);
     if (!chosen) throw EventError("photoPermission: unknown answer \"" + answer + "\"");
 
+    PhotoSession& session = photos();
     const PhotoPermissionAnswer promptAnswer = promptAnswerFor(*chosen);
-    session->prompt->setAnswer(promptAnswer);
-    if (!session->photoLibraryManager.canRequestPermissions() ||
+    session.prompt->setAnswer(promptAnswer);
+    if (!session.photoLibraryManager.canRequestPermissions() ||
         promptAnswer == PhotoPermissionAnswer::noAnswer) {
       if (auto error = platform::PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, *chosen)) {
         throw EventError("photoPermission: " + error->message);
@@ -127,23 +141,24 @@ void registerMediaEvents(EventHost& host) {
     }
 
     std::promise<PHAuthorizationStatus> result;
-    session->photoLibraryManager.requestAuthorization(
+    session.photoLibraryManager.requestAuthorization(
         [&result](PHAuthorizationStatus status) { result.set_value(status); });
     const PHAuthorizationStatus status = result.get_future().get();
-    return [session, answer, status](nlohmann::ordered_json& out) {
+    return [&session, answer, status](nlohmann::ordered_json& out) {
       out["answer"] = answer;
       out["status"] = std::string(platform::name(status));
-      out["canRequestPermissions"] = session->photoLibraryManager.canRequestPermissions();
-      out["photoLibraryHasAddPermissionOrMore"] = session->photoLibraryManager.photoLibraryHasAddPermissionOrMore();
+      out["canRequestPermissions"] = session.photoLibraryManager.canRequestPermissions();
+      out["photoLibraryHasAddPermissionOrMore"] = session.photoLibraryManager.photoLibraryHasAddPermissionOrMore();
     };
   });
 
-  host.on("savePhoto", [session](const nlohmann::json& event) {
+  host.on("savePhoto", [this](const nlohmann::json& event) {
     platform::Data bytes = requiredBytes(event);
     const std::size_t size = bytes.size();
+    PhotoSession& session = photos();
     platform::PHPhotoLibrary& library = platform::PHPhotoLibrary::shared();
     const std::set<fs::path> before = filesIn(library.assetsDirectory());
-    session->photoLibraryManager.savePhotoData(std::move(bytes));
+    session.photoLibraryManager.savePhotoData(std::move(bytes));
     library.changeQueue().sync([] {});
 
     // The save reports nothing, so the new photo is whatever file appeared.
@@ -157,12 +172,12 @@ void registerMediaEvents(EventHost& host) {
     };
   });
 
-  host.on("imageCacheWrite", [session](const nlohmann::json& event) {
+  host.on("imageCacheWrite", [this](const nlohmann::json& event) {
     const std::string key = requiredString(event, "key");
     const platform::Data bytes = requiredBytes(event);
-    session->cacheHelper.write(bytes, key);
+    cacheHelper_.write(bytes, key);
     // The write's outcome is not reported; a read queued behind it waits it out.
-    (void)readAndWait(session->cacheHelper, key);
+    (void)readAndWait(cacheHelper_, key);
 
     std::optional<fs::path> file = fs::path(CacheHelper::storage(key).hybridStorage().diskStorage().filePath(key));
     std::error_code ignored;
@@ -175,9 +190,9 @@ void registerMediaEvents(EventHost& host) {
     };
   });
 
-  host.on("imageCacheRead", [session](const nlohmann::json& event) {
+  host.on("imageCacheRead", [this](const nlohmann::json& event) {
     const std::string key = requiredString(event, "key");
-    const std::optional<platform::Data> data = readAndWait(session->cacheHelper, key);
+    const std::optional<platform::Data> data = readAndWait(cacheHelper_, key);
     return [key, bytes = data ? std::optional<std::size_t>(data->size()) : std::nullopt](nlohmann::ordered_json& out) {
       out["key"] = key;
       out["storage"] = std::string(CacheHelper::storageName(key));
@@ -185,5 +200,9 @@ void registerMediaEvents(EventHost& host) {
     };
   });
 }
+
+}  // namespace
+
+std::unique_ptr<EventModule> mediaEvents() { return std::make_unique<MediaEvents>(); }
 
 }  // namespace aurimo::tool

@@ -1,4 +1,4 @@
-#include "event_host.h"
+#include "support/event_host.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -33,7 +33,10 @@ void EventHost::on(std::string event, Handler handler) {
   handlers_.emplace(std::move(event), std::move(handler));
 }
 
-void EventHost::addBackgroundWait(BackgroundWait wait) { backgroundWaits_.push_back(std::move(wait)); }
+void EventHost::add(std::unique_ptr<EventModule> module) {
+  module->registerEvents(*this);
+  modules_.push_back(std::move(module));
+}
 
 nlohmann::ordered_json EventHost::handle(const nlohmann::json& event) {
   if (!event.is_object()) return error("an event must be a JSON object");
@@ -77,12 +80,6 @@ void EventHost::run(std::istream& in, std::ostream& out) {
   }
 }
 
-std::vector<std::string> EventHost::eventNames() const {
-  std::vector<std::string> names;
-  for (const auto& [name, handler] : handlers_) names.push_back(name);
-  return names;
-}
-
 std::string EventHost::format(const nlohmann::ordered_json& answer) {
   return answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
@@ -98,7 +95,7 @@ void EventHost::settle() {
   do {
     platform::RunLoop::main().runUntilIdle();
     waited = false;
-    for (const BackgroundWait& wait : backgroundWaits_) waited = wait() || waited;
+    for (const auto& module : modules_) waited = module->waitForBackgroundWork() || waited;
   } while (waited);
 }
 

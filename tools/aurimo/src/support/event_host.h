@@ -1,18 +1,20 @@
 #pragma once
 // EventHost: answers JSON-line events, one answer line per event. Each
-// subsystem registers handlers by event name; after an event the host drains
-// the main run loop (and waits for registered background work) before it asks
-// the handler for its answer, so answers see everything the event set off.
+// subsystem is an EventModule that registers handlers by event name; after an
+// event the host drains the main run loop (and waits for the modules'
+// background work) before it asks the handler for its answer, so answers see
+// everything the event set off.
 //
 // Thread contract: main thread only, like the managers its handlers drive.
 //
 //   EventHost host;
-//   registerAllEvents(host);
+//   host.add(linkEvents());
 //   host.run(std::cin, std::cout);
 
 #include <functional>
 #include <iosfwd>
 #include <map>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -20,6 +22,8 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+#include "support/event_module.h"
 
 namespace aurimo::tool {
 
@@ -36,17 +40,15 @@ class EventHost {
   using Answer = std::function<void(nlohmann::ordered_json& answer)>;
   // Does the event's work and returns how to answer it; throws EventError on bad input.
   using Handler = std::function<Answer(const nlohmann::json& event)>;
-  // Blocks until a subsystem's background work is done; returns true when it had
-  // any, since that work may have queued more blocks on the main queue.
-  using BackgroundWait = std::function<bool()>;
 
   EventHost() = default;
   EventHost(const EventHost&) = delete;
   EventHost& operator=(const EventHost&) = delete;
 
+  // Keeps `module` as long as the host and lets it register its handlers.
+  void add(std::unique_ptr<EventModule> module);
   // Registers the handler of `event`; a name registered twice is a programming error.
   void on(std::string event, Handler handler);
-  void addBackgroundWait(BackgroundWait wait);
 
   // The answer to one event: {"event": name, ...} or {"error": "..."}.
   nlohmann::ordered_json handle(const nlohmann::json& event);
@@ -55,18 +57,18 @@ class EventHost {
   // Answers every line of `in` on `out`, flushing after each answer.
   void run(std::istream& in, std::ostream& out);
 
-  // The registered event names, sorted.
-  std::vector<std::string> eventNames() const;
+  // Drains the main run loop until no module has background work left. The
+  // one place that waits for it: after each event, and when a module's
+  // session starts in the middle of one.
+  void settle();
 
   // The one-line text of an answer; bytes that are not UTF-8 print as U+FFFD.
   static std::string format(const nlohmann::ordered_json& answer);
   static nlohmann::ordered_json error(std::string_view message);
 
  private:
-  void settle();
-
   std::map<std::string, Handler, std::less<>> handlers_;
-  std::vector<BackgroundWait> backgroundWaits_;
+  std::vector<std::unique_ptr<EventModule>> modules_;
 };
 
 // Field readers for handlers; they throw EventError naming the event and field.

@@ -1,4 +1,4 @@
-#include "notification_json.h"
+#include "support/notification_json.h"
 
 #include "platform/dispatch_group.h"
 
