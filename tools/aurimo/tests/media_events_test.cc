@@ -22,21 +22,17 @@ TEST(MediaEventsTest, PhotosSaveByPermissionAndImagesLandInTheRoutedCacheAcrossL
   std::ofstream(aurimo.root() / "in.jpg", std::ios::binary) << std::string(4096, 'j');
   const std::string save = R"({"event":"savePhoto","file":")" + aurimo.path("in.png") + R"("})";
   const std::string refused = R"({"event":"savePhoto","bytes":32,"photo":null})";
-  const auto permission = [](std::string answer, std::string status, std::string canRequest, std::string canAdd) {
-    return Exchange{R"({"event":"photoPermission","answer":")" + answer + "\"}",
-                    R"({"event":"photoPermission","answer":")" + answer + R"(","status":")" + status + R"(","canRequestPermissions":)" + canRequest + R"(,"photoLibraryHasAddPermissionOrMore":)" + canAdd + "}"};
-  };
   const std::string userImage = "cache/aurimo/UserImageCache/783485D064251BA00091B501D25D8C4A.jpg";  // the keys' MD5
   const std::string image = "cache/aurimo/ImageCache/B945EBCD2304187684C5C3D9626A9AFC";
   aurimo.expectRun({
       {save, refused},
-      permission("denied", "denied", "false", "false"),
+      {R"({"event":"photoPermission","answer":"denied"})", R"({"event":"photoPermission","answer":"denied","status":"denied","canRequestPermissions":false,"photoLibraryHasAddPermissionOrMore":false})"},
       {save, refused},
       // Limited access may add, as on the phone.
-      permission("limited", "limited", "false", "false"),
+      {R"({"event":"photoPermission","answer":"limited"})", R"({"event":"photoPermission","answer":"limited","status":"limited","canRequestPermissions":false,"photoLibraryHasAddPermissionOrMore":false})"},
       {save, R"({"event":"savePhoto","bytes":32,"photo":"<ROOT>/pictures/Aurimo/IMG_*.png"})"},
-      permission("notDetermined", "notDetermined", "true", "false"),
-      permission("authorized", "authorized", "false", "true"),
+      {R"({"event":"photoPermission","answer":"notDetermined"})", R"({"event":"photoPermission","answer":"notDetermined","status":"notDetermined","canRequestPermissions":true,"photoLibraryHasAddPermissionOrMore":false})"},
+      {R"({"event":"photoPermission","answer":"authorized"})", R"({"event":"photoPermission","answer":"authorized","status":"authorized","canRequestPermissions":false,"photoLibraryHasAddPermissionOrMore":true})"},
       {R"({"event":"photoPermission","answer":"always"})", R"({"error":"photoPermission: unknown answer \"always\""})"},
       {R"({"event":"imageCacheWrite","key":"image/42.jpg","file":")" + aurimo.path("in.jpg") + R"("})", R"({"event":"imageCacheWrite","key":"image/42.jpg","storage":"UserImageCache","bytes":4096,"cacheFile":"<ROOT>/)" + userImage + R"("})"},
       {R"({"event":"imageCacheWrite","key":"images/7","base64":"aGk="})", R"({"event":"imageCacheWrite","key":"images/7","storage":"ImageCache","bytes":2,"cacheFile":"<ROOT>/)" + image + R"("})"},
@@ -52,9 +48,7 @@ TEST(MediaEventsTest, PhotosSaveByPermissionAndImagesLandInTheRoutedCacheAcrossL
   EXPECT_EQ(slurp(aurimo.path(userImage)), std::string(4096, 'j'));
   EXPECT_EQ(slurp(aurimo.path(image)), "hi");
 
-  aurimo.expectRun({
-      {R"({"event":"imageCacheRead","key":"images/7"})", R"({"event":"imageCacheRead","key":"images/7","storage":"ImageCache","bytes":2})"},
-  });
+  aurimo.expectRun({{R"({"event":"imageCacheRead","key":"images/7"})", R"({"event":"imageCacheRead","key":"images/7","storage":"ImageCache","bytes":2})"}});
 }
 
 }  // namespace

@@ -50,9 +50,9 @@ TEST(NotificationCommandTest, EventsAnswerWithTheirBroadcastsAndThePendingReques
   }, run);
 
   // A time without offset is local: 15:00 in New York, and the reminder a day before.
-  aurimo.expectRun({
-      {R"({"event":"trialReminder","start":"2099-01-01T00:00:00Z","end":"2099-01-10T15:00:00.5"})", R"({"event":"trialReminder","broadcasts":[],"pending":[{"identifier":"trial_expiration_reminder","category":"TrialExpirationReminder","trigger":{"year":2099,"month":1,"day":9,"hour":15,"minute":0,"second":0}}]})"},
-  }, {"--data-dir", aurimo.path("new-york"), "run"}, "America/New_York");
+  aurimo.zone = "America/New_York";
+  aurimo.expectRun({{R"({"event":"trialReminder","start":"2099-01-01T00:00:00Z","end":"2099-01-10T15:00:00.5"})", R"({"event":"trialReminder","broadcasts":[],"pending":[{"identifier":"trial_expiration_reminder","category":"TrialExpirationReminder","trigger":{"year":2099,"month":1,"day":9,"hour":15,"minute":0,"second":0}}]})"}},
+                   {"--data-dir", aurimo.path("new-york"), "run"});
 }
 
 }  // namespace
