@@ -1,14 +1,19 @@
 // The photo-library and image-cache events of `aurimo run`, against the
-// runner's XDG folders.
+// runner's XDG folders, and in-process which events replace the process-wide
+// photo library.
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "aurimo_runner.h"
+#include "events/events.h"
+#include "platform/directories.h"
+#include "platform/ph_photo_library.h"
 
 namespace aurimo::test {
 namespace {
@@ -49,6 +54,25 @@ TEST(MediaEventsTest, PhotosSaveByPermissionAndImagesLandInTheRoutedCacheAcrossL
   EXPECT_EQ(slurp(aurimo.path(image)), "hi");
 
   aurimo.expectRun({{R"({"event":"imageCacheRead","key":"images/7"})", R"({"event":"imageCacheRead","key":"images/7","storage":"ImageCache","bytes":2})"}});
+}
+
+// The photo session starts on the first photo event, so a link or an image
+// leaves the library the process had.
+TEST(MediaEventsTest, OnlyPhotoEventsReplaceTheProcessWidePhotoLibrary) {
+  for (const auto& [event, replaces] : {std::pair{R"({"event":"link","url":"https://links.aurimo.app/events/home_tab"})", false},
+                                        std::pair{R"({"event":"imageCacheRead","key":"k"})", false},
+                                        std::pair{R"({"event":"savePhoto","base64":"aGk="})", true}}) {
+    TemporaryDirectory home;
+    const platform::Directories::Locations folders{home.path(), home.path(), home.path() / "caches", home.path() / "pictures"};
+    platform::ScopedReplacement directories(platform::Directories::slot(), std::make_shared<platform::Directories>(folders));
+    const auto library = std::make_shared<platform::PHPhotoLibrary>(
+        std::make_shared<platform::FixedPhotoPermissionPrompt>(platform::PhotoPermissionAnswer::noAnswer));
+    platform::ScopedReplacement photos(platform::PHPhotoLibrary::slot(), library);
+    tool::EventHost host;
+    tool::registerAllEvents(host);
+    EXPECT_FALSE(host.handle(nlohmann::json::parse(event)).contains("error")) << event;
+    EXPECT_EQ(&platform::PHPhotoLibrary::shared() != library.get(), replaces) << event;
+  }
 }
 
 }  // namespace
