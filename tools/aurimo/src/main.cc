@@ -1,5 +1,5 @@
 // aurimo: drives the app-context library from the command line; see README.md.
-#include "commands.h"
+#include "commands/commands.h"
 
 int main(int argc, char** argv) {
   aurimo::tool::CommandLine commandLine;

@@ -1,241 +1,127 @@
-// Runs the built `aurimo` binary with HOME and the XDG folders pointed at a
-// temporary folder, and checks what it prints and how it exits.
+// The `aurimo` command as a user runs it: the subcommands' answers, exit
+// statuses and error lines, and the link events of `run`.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include "aurimo_runner.h"
 
-namespace aurimo {
+namespace aurimo::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Outcome {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
+const std::string kLink = "https://links.aurimo.app/events/";
 
-std::string quoted(const std::string& text) {
-  std::string result = "'";
-  for (char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return result + "'";
-}
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream buffer;
-  buffer << in.rdbuf();
-  return buffer.str();
-}
-
-std::vector<std::string> lines(const std::string& text) {
-  std::vector<std::string> result;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) result.push_back(line);
-  return result;
-}
-
-class AurimoCommandTest : public ::testing::Test {
- protected:
-  AurimoCommandTest() {
-    std::string pattern = (fs::temp_directory_path() / "aurimo-command-XXXXXX").string();
-    root_ = ::mkdtemp(pattern.data());
-    data_ = root_ / "data";
-  }
-  ~AurimoCommandTest() override { fs::remove_all(root_); }
-
-  Outcome aurimo(const std::vector<std::string>& arguments, const std::string& input = "") {
-    std::ofstream(root_ / "stdin") << input;
-    std::string command = "HOME=" + quoted(root_.string()) + " XDG_CONFIG_HOME=" + quoted((root_ / "config").string()) +
-                          " XDG_STATE_HOME=" + quoted((root_ / "state").string()) +
-                          " XDG_CACHE_HOME=" + quoted((root_ / "cache").string()) + " " + AURIMO_BINARY;
-    for (const std::string& argument : arguments) command += " " + quoted(argument);
-    command += " <" + quoted((root_ / "stdin").string()) + " >" + quoted((root_ / "stdout").string()) + " 2>" +
-               quoted((root_ / "stderr").string());
-    const int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(root_ / "stdout"), slurp(root_ / "stderr")};
-  }
-
-  fs::path root_;
-  fs::path data_;
-};
-
-constexpr const char* kLink = "https://links.aurimo.app/events/";
-
-TEST_F(AurimoCommandTest, RunAnswersEveryEventLineInOrder) {
-  struct Step {
-    std::string in;
-    std::string out;  // empty: no answer line expected
-  };
-  const std::string base = kLink;
-  const std::vector<Step> steps = {
+TEST(AurimoCommandTest, RunAnswersEachLinkEventLineInOrder) {
+  AurimoRunner aurimo;
+  const std::string link = R"({"event":"link","url":")" + kLink;
+  const std::string explore = R"("route":{"case":"explore","articleIdentifier":null},)";
+  const std::string reset = R"({"event":"resetRoute","route":null,"announcements":0,"onboardingVersion":-3})";
+  const std::vector<Exchange> exchanges = {
       {"# narration and blank lines get no answer", ""},
       {"", ""},
-      {R"({"event":"link","url":")" + base + R"(explore"})",
-       R"({"event":"link","handled":true,"route":{"case":"explore","articleIdentifier":null},"announcements":1,"onboardingVersion":null})"},
-      {R"({"event":"link","url":")" + base + R"(onboarding?version=-3"})",
-       R"({"event":"link","handled":true,"route":{"case":"explore","articleIdentifier":null},"announcements":0,"onboardingVersion":-3})"},
-      {R"({"event":"link","url":")" + base + R"(home_tab","activityType":"other"})",
-       R"({"event":"link","handled":false,"route":{"case":"explore","articleIdentifier":null},"announcements":0,"onboardingVersion":-3})"},
-      {R"({"event":"payload","payload":{"action":"make_sn_purchase_offer","sn_event":"spring"}})",
-       R"({"event":"payload","route":{"case":"openSmartNews","eventName":"spring"},"announcements":1,"onboardingVersion":-3})"},
-      {R"({"event":"payload","payload":{"action":"identification","type":"coin"}})",
-       R"({"event":"payload","route":{"case":"coinIdentification"},"announcements":1,"onboardingVersion":-3})"},
-      {R"({"event":"link","url":")" + base + R"(home_tab/"})",
-       R"({"event":"link","handled":true,"route":{"case":"homeTab"},"announcements":1,"onboardingVersion":-3})"},
-      {R"({"event":"payload","payload":{"action":"open_app"}})",
-       R"({"event":"payload","route":null,"announcements":0,"onboardingVersion":-3})"},
-      {R"({"event":"resetRoute"})", R"({"event":"resetRoute","route":null,"announcements":0,"onboardingVersion":-3})"},
+      {link + R"(explore"})", R"({"event":"link","handled":true,)" + explore + R"("announcements":1,"onboardingVersion":null})"},
+      {link + R"(onboarding?version=-3"})", R"({"event":"link","handled":true,)" + explore + R"("announcements":0,"onboardingVersion":-3})"},
+      {link + R"(home_tab","activityType":"other"})", R"({"event":"link","handled":false,)" + explore + R"("announcements":0,"onboardingVersion":-3})"},
+      {R"({"event":"payload","payload":{"action":"make_sn_purchase_offer","sn_event":"spring"}})", R"({"event":"payload","route":{"case":"openSmartNews","eventName":"spring"},"announcements":1,"onboardingVersion":-3})"},
+      {R"({"event":"payload","payload":{"action":"identification","type":"coin"}})", R"({"event":"payload","route":{"case":"coinIdentification"},"announcements":1,"onboardingVersion":-3})"},
+      {link + R"(home_tab/"})", R"({"event":"link","handled":true,"route":{"case":"homeTab"},"announcements":1,"onboardingVersion":-3})"},
+      {R"({"event":"payload","payload":{"action":"open_app"}})", R"({"event":"payload","route":null,"announcements":0,"onboardingVersion":-3})"},
+      {R"({"event":"resetRoute"})", reset},
       // Bytes that are not UTF-8 must not stop the run.
-      {R"({"event":"link","url":")" + base + R"(explore?identifier=%FF"})",
-       "{\"event\":\"link\",\"handled\":true,\"route\":{\"case\":\"explore\",\"articleIdentifier\":\"\xEF\xBF\xBD\"},"
-       "\"announcements\":1,\"onboardingVersion\":-3}"},
+      {link + R"(explore?identifier=%FF"})", "{\"event\":\"link\",\"handled\":true,\"route\":{\"case\":\"explore\",\"articleIdentifier\":\"\xEF\xBF\xBD\"},\"announcements\":1,\"onboardingVersion\":-3}"},
       {R"({"event":"teleport"})", R"({"error":"unknown event \"teleport\""})"},
-      {R"({"event":"link"})", R"({"error":"link: \"url\" is missing"})"},
-      {R"({"event":"resetRoute")", "{\"error\":\"invalid JSON: "},  // prefix: the parser's detail follows
-      {R"({"event":"resetRoute"})", R"({"event":"resetRoute","route":null,"announcements":0,"onboardingVersion":-3})"},
+      {"[1]", R"({"error":"an event must be a JSON object"})"},
+      {R"({"event":3})", R"({"error":"\"event\" must be a string"})"},
+      {R"({"event":"link","url":5})", R"({"error":"link: \"url\" must be a string"})"},
+      {R"({"event":"payload","payload":[1]})", R"({"error":"payload: \"payload\" must be a JSON object"})"},
+      {R"({"event":"resetRoute")", R"({"error":"invalid JSON: parse error at line 1, column 22: *"})"},
+      {R"({"event":"resetRoute"})", reset},
   };
-  std::string script;
-  std::vector<std::string> expected;
-  for (const Step& step : steps) {
-    script += step.in + "\n";
-    if (!step.out.empty()) expected.push_back(step.out);
-  }
-  std::ofstream(root_ / "script.jsonl") << script;
-
-  const std::vector<Outcome> runs = {
-      aurimo({"--data-dir", (root_ / "stdin-run").string(), "run"}, script),
-      aurimo({"run", "--script", (root_ / "script.jsonl").string(), "--data-dir", (root_ / "file-run").string()}),
-  };
-  for (const Outcome& run : runs) {
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.err, "");
-    const std::vector<std::string> got = lines(run.out);
-    ASSERT_EQ(got.size(), expected.size()) << run.out;
-    for (std::size_t i = 0; i < got.size(); ++i) {
-      if (expected[i].ends_with("invalid JSON: ")) {
-        EXPECT_TRUE(got[i].starts_with(expected[i])) << got[i];
-      } else {
-        EXPECT_EQ(got[i], expected[i]);
-      }
-    }
-  }
+  aurimo.expectRun(exchanges, {"--data-dir", aurimo.path("data"), "run"});
 }
 
-TEST_F(AurimoCommandTest, ShortcutsPrintTheRunAnswerAndLinkExitsByHandled) {
-  const std::string base = kLink;
-  const std::string dataDir = data_.string();
+// A driver may wait for each answer before it sends the next event. Events
+// come from a script here, since reading stdin would flush stdout anyway; the
+// second one reads a FIFO, which holds the run until the test has looked at
+// the pipe, so nothing needs to wait for the first answer.
+TEST(AurimoCommandTest, RunFlushesEachAnswerBeforeReadingTheNextEvent) {
+  AurimoRunner aurimo;
+  const std::string events = aurimo.path("events"), out = aurimo.path("out"), held = aurimo.path("held");
+  ASSERT_EQ(::mkfifo(out.c_str(), 0600) | ::mkfifo(held.c_str(), 0600), 0);
+  std::ofstream(events) << R"({"event":"resetRoute"})" "\n" R"({"event":"savePhoto","file":")" + held + "\"}\n";
+  ASSERT_EQ(std::system((aurimo.command({"run", "--script", events}) + " >" + out + " &").c_str()), 0);
+  const int answers = ::open(out.c_str(), O_RDONLY | O_NONBLOCK);
+  const int release = ::open(held.c_str(), O_WRONLY);  // returns once the second event is being handled
+  char buffer[256];
+  const ssize_t first = ::read(answers, buffer, sizeof buffer);
+  EXPECT_EQ(std::string(buffer, std::max<ssize_t>(first, 0)), R"({"event":"resetRoute","route":null,"announcements":0,"onboardingVersion":null})" "\n");
+  ::close(release);
+  ::fcntl(answers, F_SETFL, 0);
+  std::string rest;
+  for (ssize_t count; (count = ::read(answers, buffer, sizeof buffer)) > 0;) rest.append(buffer, count);
+  ::close(answers);
+  EXPECT_EQ(rest, R"({"event":"savePhoto","bytes":0,"photo":null})" "\n");
+}
+
+TEST(AurimoCommandTest, EachSubcommandPrintsItsAnswerOrOneErrorLineAndExitsByOutcome) {
+  AurimoRunner aurimo;
+  std::ofstream(aurimo.root() / "a-file") << "x";
+  const std::string data = aurimo.path("data");
+  const std::string declined = R"({"event":"link","handled":false,"route":null,"announcements":0,"onboardingVersion":9223372036854775807})" "\n";
+  const std::string info = R"({"version":"*.*","universalLinkHost":"links.aurimo.app","settingsDirectory":"<ROOT>/)";
+  const std::string usage = "aurimo: * (see aurimo --help)\n";
   struct Case {
     std::vector<std::string> arguments;
     int status;
-    std::string out;
+    std::string out, err;
   };
   const std::vector<Case> cases = {
-      {{"link", base + "home_tab", "--data-dir", dataDir},
-       0,
-       R"({"event":"link","handled":true,"route":{"case":"homeTab"},"announcements":1,"onboardingVersion":null})"},
-      {{"--data-dir", dataDir, "link", base + "onboarding?version=9223372036854775807"},
-       0,
-       R"({"event":"link","handled":true,"route":null,"announcements":0,"onboardingVersion":9223372036854775807})"},
+      {{"link", kLink + "home_tab", "--data-dir", data}, 0, R"({"event":"link","handled":true,"route":{"case":"homeTab"},"announcements":1,"onboardingVersion":null})" "\n", ""},
+      {{"--data-dir", data, "link", kLink + "onboarding?version=9223372036854775807"}, 0, R"({"event":"link","handled":true,"route":null,"announcements":0,"onboardingVersion":9223372036854775807})" "\n", ""},
       // The version written above persists in the data folder.
-      {{"link", base + "home_tab", "--activity-type", "com.aurimo.handoff", "--data-dir", dataDir},
-       1,
-       R"({"event":"link","handled":false,"route":null,"announcements":0,"onboardingVersion":9223372036854775807})"},
-      {{"link", "not a url", "--data-dir", dataDir},
-       1,
-       R"({"event":"link","handled":false,"route":null,"announcements":0,"onboardingVersion":9223372036854775807})"},
-      {{"payload", R"({"action":"explore","explore_id":"a1"})", "--data-dir", dataDir},
-       0,
-       R"({"event":"payload","route":{"case":"explore","articleIdentifier":"a1"},"announcements":1,"onboardingVersion":9223372036854775807})"},
+      {{"link", kLink + "home_tab", "--activity-type", "com.aurimo.handoff", "--data-dir", data}, 1, declined, ""},
+      {{"link", "not a url", "--data-dir", data}, 1, declined, ""},
+      {{"payload", R"({"action":"explore","explore_id":"a1"})", "--data-dir", data}, 0, R"({"event":"payload","route":{"case":"explore","articleIdentifier":"a1"},"announcements":1,"onboardingVersion":9223372036854775807})" "\n", ""},
+      {{"--data-dir", data, "info"}, 0, info + R"(data","stateDirectory":"<ROOT>/data","cachesDirectory":"<ROOT>/cache/aurimo"})" "\n", ""},
+      {{"info"}, 0, info + R"(config/aurimo","stateDirectory":"<ROOT>/state/aurimo","cachesDirectory":"<ROOT>/cache/aurimo"})" "\n", ""},
+      {{"notifications", "ls", "--data-dir", data}, 0, "", ""},
+      // Without --data-dir the demo keeps its settings, photos and caches in a folder of its own.
+      {{"demo"}, 0, "(settings for this demo are kept in /*/aurimo-demo-*)\n\nAurimo demo session\n=*\n  in:  {\"event\":\"link\",\"url\":\"" + kLink + "onboarding?version=+7\"}\n  out: {*\"onboardingVersion\":7}\n*\n  in:  {\"event\":\"teleport\"}\n  out: {\"error\":\"unknown event \\\"teleport\\\"\"}\n", ""},
+      {{"--help"}, 0, "Aurimo app-context library*Subcommands:*run*link*payload*info*demo*notifications*cache*", ""},
+      {{}, 2, "", usage},
+      {{"link"}, 2, "", usage},
+      {{"payload"}, 2, "", usage},
+      {{"link", kLink + "home_tab", "extra"}, 2, "", usage},
+      {{"notifications"}, 2, "", usage},
+      {{"payload", "{"}, 2, "", "aurimo: payload: the argument is not valid JSON\n"},
+      {{"payload", "[1]"}, 2, "", "aurimo: payload: the argument must be a JSON object\n"},
+      {{"--data-dir", "", "info"}, 2, "", "aurimo: --data-dir: the folder name is empty\n"},
+      {{"info", "--data-dir", aurimo.path("a-file")}, 2, "", "aurimo: --data-dir: <ROOT>/a-file is not a folder\n"},
+      {{"run", "--script", aurimo.path("missing.jsonl")}, 1, "", "aurimo: run: cannot read <ROOT>/missing.jsonl\n"},
+      {{"run", "--script", aurimo.root().string()}, 1, "", "aurimo: run: <ROOT> is a folder\n"},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.arguments[1]);
-    Outcome run = aurimo(c.arguments);
+    const Outcome run = aurimo(c.arguments);
     EXPECT_EQ(run.status, c.status);
-    EXPECT_EQ(run.out, c.out + "\n");
-    EXPECT_EQ(run.err, "");
+    EXPECT_TRUE(aurimo.matches(c.out, run.out));
+    EXPECT_TRUE(aurimo.matches(c.err, run.err));
   }
-  EXPECT_TRUE(fs::exists(data_ / "user-defaults.json"));
-  EXPECT_FALSE(fs::exists(root_ / "config")) << "--data-dir must keep settings out of the XDG folder";
-}
-
-TEST_F(AurimoCommandTest, InfoNamesTheFoldersInUseWhereverDataDirIsGiven) {
-  for (const auto& arguments : std::vector<std::vector<std::string>>{{"--data-dir", data_.string(), "info"},
-                                                                    {"info", "--data-dir", data_.string()}}) {
-    Outcome run = aurimo(arguments);
-    ASSERT_EQ(run.status, 0) << run.err;
-    ASSERT_EQ(lines(run.out).size(), 1u);
-    const nlohmann::json info = nlohmann::json::parse(run.out);
-    EXPECT_EQ(info["universalLinkHost"], "links.aurimo.app");
-    EXPECT_EQ(info["settingsDirectory"], data_.string());
-    EXPECT_EQ(info["stateDirectory"], data_.string());
-    EXPECT_EQ(info["cachesDirectory"], (root_ / "cache" / "aurimo").string());
-    EXPECT_TRUE(info["version"].is_string() && !info["version"].get<std::string>().empty());
-  }
-  const nlohmann::json plain = nlohmann::json::parse(aurimo({"info"}).out);
-  EXPECT_EQ(plain["settingsDirectory"], (root_ / "config" / "aurimo").string());
-  EXPECT_EQ(plain["stateDirectory"], (root_ / "state" / "aurimo").string());
-}
-
-TEST_F(AurimoCommandTest, BadInputGivesOneLineOnStderrAndNonZeroExit) {
-  std::ofstream(root_ / "a-file") << "x";
-  struct Case {
-    std::vector<std::string> arguments;
-    int status;
-  };
-  const std::vector<Case> cases = {
-      {{}, 2},
-      {{"teleport"}, 2},
-      {{"link"}, 2},
-      {{"payload"}, 2},
-      {{"payload", "{"}, 2},
-      {{"payload", "[1]"}, 2},
-      {{"info", "--colour"}, 2},
-      {{"link", std::string(kLink) + "home_tab", "extra"}, 2},
-      {{"--data-dir"}, 2},
-      {{"--data-dir", "", "info"}, 2},
-      {{"--data-dir", (root_ / "a-file").string(), "info"}, 2},
-      {{"run", "--script", (root_ / "missing.jsonl").string()}, 1},
-      {{"run", "--script", root_.string()}, 1},
-  };
-  for (const Case& c : cases) {
-    std::string label;
-    for (const auto& argument : c.arguments) label += argument + " ";
-    SCOPED_TRACE(label);
-    Outcome run = aurimo(c.arguments);
-    EXPECT_EQ(run.status, c.status);
-    EXPECT_EQ(run.out, "");
-    EXPECT_EQ(lines(run.err).size(), 1u) << run.err;
-    EXPECT_TRUE(run.err.starts_with("aurimo: ")) << run.err;
-  }
-}
-
-TEST_F(AurimoCommandTest, DemoNarratesAndAnswersWithoutTouchingUserFolders) {
-  Outcome run = aurimo({"demo"});
-  ASSERT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(run.err, "");
-  std::size_t events = 0, answers = 0;
-  for (const std::string& line : lines(run.out)) {
-    events += line.starts_with("  in:  ");
-    answers += line.starts_with("  out: ");
-  }
-  EXPECT_GT(events, 10u);
-  EXPECT_EQ(events, answers);
-  EXPECT_NE(run.out.find("Aurimo demo session"), std::string::npos);
-  EXPECT_NE(run.out.find(R"("onboardingVersion":7)"), std::string::npos);
-  EXPECT_FALSE(fs::exists(root_ / "config"));
-  EXPECT_FALSE(fs::exists(root_ / "state"));
+  // Link commands start neither the notification nor the photo session.
+  const std::vector<fs::path> kept(fs::directory_iterator(data), {});
+  EXPECT_EQ(kept, std::vector<fs::path>{fs::path(data) / "user-defaults.json"});
+  for (const char* folder : {"config", "state", "cache", "pictures"}) EXPECT_FALSE(fs::exists(aurimo.root() / folder)) << folder;
 }
 
 }  // namespace
-
-}  // namespace aurimo
+}  // namespace aurimo::test

@@ -1,145 +1,70 @@
-// Runs `aurimo cache` against a temporary cache directory and checks the
-// files it leaves, what it prints and how it exits.
+// `aurimo cache` against a temporary cache directory: what each subcommand
+// prints, how it exits and the files it leaves.
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cctype>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include "aurimo_runner.h"
 
-namespace aurimo {
+namespace aurimo::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-struct Outcome {
-  int status = -1;
-  std::string out;
-  std::string err;
+struct Step {
+  std::vector<std::string> arguments;  // after `cache --dir PARENT --name Images`
+  std::string input;
+  int status;
+  std::string out, err;
 };
 
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream buffer;
-  buffer << in.rdbuf();
-  return buffer.str();
-}
-
-std::vector<nlohmann::json> jsonLines(const std::string& text) {
-  std::vector<nlohmann::json> result;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) result.push_back(nlohmann::json::parse(line));
-  return result;
-}
-
-class CacheCommandTest : public ::testing::Test {
- protected:
-  CacheCommandTest() {
-    std::string pattern = (fs::temp_directory_path() / "aurimo-cache-command-XXXXXX").string();
-    root_ = ::mkdtemp(pattern.data());
-  }
-  ~CacheCommandTest() override { fs::remove_all(root_); }
-
-  Outcome cache(const std::vector<std::string>& arguments, const std::string& input = "") {
-    std::ofstream(root_ / "stdin", std::ios::binary) << input;
-    std::string command = std::string(AURIMO_BINARY) + " cache --dir '" + (root_ / "parent").string() + "' --name Images";
-    for (const std::string& argument : arguments) command += " '" + argument + "'";
-    command += " <'" + (root_ / "stdin").string() + "' >'" + (root_ / "stdout").string() + "' 2>'" +
-               (root_ / "stderr").string() + "'";
-    const int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(root_ / "stdout"), slurp(root_ / "stderr")};
-  }
-
-  fs::path root_;
-};
-
-TEST_F(CacheCommandTest, StoresReadsDescribesAndRemovesAValue) {
+TEST(CacheCommandTest, EachSubcommandAnswersThroughTheLibrarysOwnFiles) {
+  AurimoRunner aurimo;
   const std::string value("binary\0value\n", 13);
-  ASSERT_EQ(cache({"put", "photo.jpg", "--expiry", "date:1900000000"}, value).status, 0);
-
-  const Outcome got = cache({"get", "photo.jpg"});
-  EXPECT_EQ(got.status, 0);
-  EXPECT_EQ(got.out, value);
-
-  const Outcome described = cache({"entry", "photo.jpg"});
-  ASSERT_EQ(described.status, 0) << described.err;
-  const nlohmann::json entry = nlohmann::json::parse(described.out);
-  EXPECT_EQ(entry["key"], "photo.jpg");
-  EXPECT_EQ(entry["expiry"], 1900000000);
-  EXPECT_EQ(entry["expired"], false);
-  EXPECT_EQ(entry["bytes"], 13);
-  const fs::path file = entry["path"].get<std::string>();
-  EXPECT_EQ(file.parent_path(), root_ / "parent" / "Images");
-  const std::string name = file.filename().string();  // 32 upper-case hex digits, then the extension
-  EXPECT_EQ(name.size(), 36u);
-  EXPECT_TRUE(name.ends_with(".jpg") && std::all_of(name.begin(), name.begin() + 32, [](char c) {
-                return std::isdigit(static_cast<unsigned char>(c)) || (c >= 'A' && c <= 'F');
-              }));
-  EXPECT_EQ(slurp(file), value);  // the library's own file: the bytes, nothing else
-
-  EXPECT_EQ(cache({"rm", "photo.jpg"}).status, 0);
-  for (const char* command : {"get", "entry", "rm"}) {
-    const Outcome missing = cache({command, "photo.jpg"});
-    EXPECT_EQ(missing.status, 1) << command;
-    EXPECT_EQ(std::count(missing.err.begin(), missing.err.end(), '\n'), 1) << missing.err;
-  }
-}
-
-TEST_F(CacheCommandTest, ListsSweepsAndClears) {
-  ASSERT_EQ(cache({"put", "old", "--expiry", "date:1000"}, "12345").status, 0);
-  ASSERT_EQ(cache({"put", "soon", "--expiry", "seconds:3600"}, "1234567").status, 0);
-  ASSERT_EQ(cache({"put", "kept"}, "123").status, 0);
-
-  const auto listed = jsonLines(cache({"ls"}).out);
-  ASSERT_EQ(listed.size(), 3u);
-  int expiringAt1000 = 0;
-  for (const auto& line : listed) {
-    EXPECT_GE(line["allocatedBytes"].get<int>(), line["bytes"].get<int>());
-    expiringAt1000 += line["expiry"] == 1000;
-  }
-  EXPECT_EQ(expiringAt1000, 1);
-
-  // The expired file goes first; then the 1-byte limit evicts the rest.
-  auto swept = jsonLines(cache({"sweep"}).out);
-  ASSERT_EQ(swept.size(), 1u);
-  EXPECT_EQ(swept[0]["expired"], 1);
-  EXPECT_EQ(swept[0]["evicted"], 0);
-  EXPECT_EQ(swept[0]["removedBytes"], 5);
-  EXPECT_EQ(swept[0]["remaining"], 2);
-  swept = jsonLines(cache({"--max-size", "1", "sweep"}).out);
-  EXPECT_EQ(swept[0]["evicted"], 2);
-  EXPECT_EQ(swept[0]["remaining"], 0);
-
-  ASSERT_EQ(cache({"put", "again"}, "x").status, 0);
-  EXPECT_EQ(cache({"clear"}).status, 0);
-  EXPECT_EQ(cache({"ls"}).out, "");
-}
-
-TEST_F(CacheCommandTest, RejectsBadInputWithOneLine) {
-  const std::vector<std::vector<std::string>> cases = {
-      {"put", "k", "--expiry", "tomorrow"},
-      {"put", "k", "--expiry", "seconds:"},
-      {"--max-size", "lots", "ls"},
-      {"frobnicate"},
-      {"get"},
-      {"ls"},  // nothing at PARENT/Images yet
+  const std::string photo = "72ACDED3ACD45E4C8B6ED680854B8AB1.jpg";  // the key's MD5, keeping its extension
+  const std::string usage = "aurimo: * (see aurimo --help)\n";
+  const std::vector<Step> steps = {
+      {{"put", "k", "--expiry", "tomorrow"}, "", 2, "", "aurimo: cache put: --expiry must be never, seconds:N or date:UNIX\n"},
+      {{"put", "k", "--expiry", "seconds:"}, "", 2, "", "aurimo: cache put: --expiry must be never, seconds:N or date:UNIX\n"},
+      {{"--max-size", "lots", "ls"}, "", 2, "", usage},
+      {{"frobnicate"}, "", 2, "", usage},
+      {{"get"}, "", 2, "", usage},
+      {{"ls"}, "", 1, "", "aurimo: cache: there is no cache at <ROOT>/parent/Images\n"},
+      {{"put", "photo.jpg", "--expiry", "date:1900000000"}, value, 0, "", ""},
+      {{"get", "photo.jpg"}, "", 0, value, ""},
+      {{"entry", "photo.jpg"}, "", 0, R"({"key":"photo.jpg","path":"<ROOT>/parent/Images/)" + photo + R"(","expiry":1900000000,"expired":false,"bytes":13})" "\n", ""},
+      {{"put", "gone"}, "x", 0, "", ""},
+      {{"rm", "gone"}, "", 0, "", ""},
+      {{"get", "gone"}, "", 1, "", "aurimo: cache get: no value for the key gone\n"},
+      {{"entry", "gone"}, "", 1, "", "aurimo: cache entry: no value for the key gone\n"},
+      {{"rm", "gone"}, "", 1, "", "aurimo: cache rm: no value for the key gone\n"},
+      {{"put", "old", "--expiry", "date:1000.5"}, "12345", 0, "", ""},
+      {{"put", "soon", "--expiry", "seconds:3600"}, "1234567", 0, "", ""},
+      {{"ls"}, "", 0, R"({"name":"149603E6C03516362A8DA23F624DB945","bytes":5,"allocatedBytes":*,"expiry":1000.5})" "\n"
+                      R"({"name":")" + photo + R"(","bytes":13,"allocatedBytes":*,"expiry":1900000000})" "\n"
+                      R"({"name":"CD9BD96E12A2897F2F1E8A3E79A8956E","bytes":7,"allocatedBytes":*,"expiry":*})" "\n", ""},
+      // The expired file goes first; then the 1-byte limit evicts the rest.
+      {{"sweep"}, "", 0, R"({"expired":1,"evicted":0,"removedBytes":5,"removedAllocatedBytes":*,"remaining":2,"remainingBytes":20})" "\n", ""},
+      {{"--max-size", "1", "sweep"}, "", 0, R"({"expired":0,"evicted":2,"removedBytes":20,"removedAllocatedBytes":*,"remaining":0,"remainingBytes":0})" "\n", ""},
+      {{"put", "again"}, "x", 0, "", ""},
+      {{"clear"}, "", 0, "", ""},
+      {{"ls"}, "", 0, "", ""},
   };
-  for (const auto& arguments : cases) {
-    const Outcome outcome = cache(arguments);
-    EXPECT_NE(outcome.status, 0) << arguments[0];
-    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+  for (const Step& step : steps) {
+    std::vector<std::string> arguments = {"cache", "--dir", aurimo.path("parent"), "--name", "Images"};
+    arguments.insert(arguments.end(), step.arguments.begin(), step.arguments.end());
+    const Outcome run = aurimo(arguments, step.input);
+    EXPECT_EQ(run.status, step.status) << step.arguments[0];
+    EXPECT_TRUE(aurimo.matches(step.out, run.out));
+    EXPECT_TRUE(aurimo.matches(step.err, run.err));
+    if (step.arguments[0] == "get" && run.status == 0) {
+      EXPECT_EQ(slurp(aurimo.path("parent/Images/" + photo)), value) << "the library's own file: the bytes, nothing else";
+    }
   }
-  EXPECT_FALSE(fs::exists(root_ / "parent"));
+  const Outcome badName = aurimo({"cache", "--dir", aurimo.path("parent"), "--name", "..", "ls"});
+  EXPECT_EQ(badName.status, 2);
+  EXPECT_EQ(badName.err, "aurimo: cache: --name must be a single folder name\n");
 }
 
 }  // namespace
-
-}  // namespace aurimo
+}  // namespace aurimo::test

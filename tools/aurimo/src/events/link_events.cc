@@ -10,10 +10,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "app_context/links/universal_link_manager.h"
-#include "events.h"
+#include "events/events.h"
 #include "platform/notification_center.h"
 #include "platform/url.h"
 #include "platform/user_activity.h"
@@ -62,34 +63,49 @@ EventHost::Answer answer(std::shared_ptr<LinkSession> session, std::size_t befor
   };
 }
 
+class LinkEvents final : public EventModule {
+ public:
+  void registerEvents(EventHost& host) override {
+    host.on("link", [this](const nlohmann::json& event) {
+      const std::string url = requiredString(event, "url");
+      const platform::NSUserActivity activity{
+          optionalString(event, "activityType").value_or(std::string(platform::NSUserActivityTypeBrowsingWeb)),
+          platform::URL::fromString(url)};
+      std::shared_ptr<LinkSession> session = started();
+      const std::size_t before = session->announcements;
+      const bool handled = session->manager->continueUserActivity(activity);
+      return answer(std::move(session), before, handled);
+    });
+
+    host.on("payload", [this](const nlohmann::json& event) {
+      const nlohmann::json& payload = requiredField(event, "payload");
+      if (!payload.is_object()) throw EventError("payload: \"payload\" must be a JSON object");
+      std::shared_ptr<LinkSession> session = started();
+      const std::size_t before = session->announcements;
+      session->manager->handleActionPayload(payload);
+      return answer(std::move(session), before, std::nullopt);
+    });
+
+    host.on("resetRoute", [this](const nlohmann::json&) {
+      std::shared_ptr<LinkSession> session = started();
+      const std::size_t before = session->announcements;
+      session->manager->resetShouldGoTo();
+      return answer(std::move(session), before, std::nullopt);
+    });
+  }
+
+ private:
+  // The session, started by the first well-formed link event.
+  std::shared_ptr<LinkSession> started() {
+    if (!session_) session_ = std::make_shared<LinkSession>();
+    return session_;
+  }
+
+  std::shared_ptr<LinkSession> session_;
+};
+
 }  // namespace
 
-void registerLinkEvents(EventHost& host) {
-  auto session = std::make_shared<LinkSession>();
-
-  host.on("link", [session](const nlohmann::json& event) {
-    const std::string url = requiredString(event, "url");
-    const platform::NSUserActivity activity{
-        optionalString(event, "activityType").value_or(std::string(platform::NSUserActivityTypeBrowsingWeb)),
-        platform::URL::fromString(url)};
-    const std::size_t before = session->announcements;
-    const bool handled = session->manager->continueUserActivity(activity);
-    return answer(session, before, handled);
-  });
-
-  host.on("payload", [session](const nlohmann::json& event) {
-    const nlohmann::json& payload = requiredField(event, "payload");
-    if (!payload.is_object()) throw EventError("payload: \"payload\" must be a JSON object");
-    const std::size_t before = session->announcements;
-    session->manager->handleActionPayload(payload);
-    return answer(session, before, std::nullopt);
-  });
-
-  host.on("resetRoute", [session](const nlohmann::json&) {
-    const std::size_t before = session->announcements;
-    session->manager->resetShouldGoTo();
-    return answer(session, before, std::nullopt);
-  });
-}
+std::unique_ptr<EventModule> linkEvents() { return std::make_unique<LinkEvents>(); }
 
 }  // namespace aurimo::tool

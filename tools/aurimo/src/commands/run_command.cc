@@ -7,8 +7,8 @@
 #include <string>
 #include <system_error>
 
-#include "commands.h"
-#include "events.h"
+#include "commands/commands.h"
+#include "events/events.h"
 
 namespace aurimo::tool {
 

@@ -21,14 +21,14 @@
 
 #include "app_context/notifications/qz_local_user_notification_scheduler.h"
 #include "app_context/notifications/qz_user_notification_manager.h"
-#include "events.h"
-#include "notification_json.h"
+#include "events/events.h"
 #include "platform/application.h"
 #include "platform/calendar.h"
 #include "platform/directories.h"
+#include "platform/iso8601.h"
 #include "platform/notification_center.h"
-#include "platform/run_loop.h"
 #include "platform/un_user_notification_center.h"
+#include "support/notification_json.h"
 
 namespace aurimo::tool {
 namespace {
@@ -71,6 +71,8 @@ class BroadcastRecorder {
   std::vector<platform::ObserverToken> tokens_;   // declared last: unregisters first
 };
 
+// The subsystem as the app's launch leaves it; the recorder, made first,
+// hears the launch's own broadcasts.
 struct NotificationSession {
   explicit NotificationSession(std::shared_ptr<platform::Person> person) {
     platform::UNUserNotificationCenter::slot().replace(std::make_shared<platform::UNUserNotificationCenter>(
@@ -93,26 +95,10 @@ struct NotificationSession {
     scheduler->updateSchedule(nullptr);
   }
 
+
+  BroadcastRecorder broadcasts;
   std::shared_ptr<QzLocalUserNotificationScheduler> scheduler;
   std::shared_ptr<QzUserNotificationManager> manager;
-};
-
-struct NotificationHost {
-  explicit NotificationHost(std::shared_ptr<HostPerson> person) : person(std::move(person)) {}
-
-  // Started by the first notification event, so other commands never touch notification state.
-  NotificationSession& session() {
-    if (!session_) {
-      session_ = std::make_unique<NotificationSession>(person);
-      // The launch settles before the event's own work, so the two never race.
-      platform::RunLoop::main().runUntilAllQueuesIdle();
-    }
-    return *session_;
-  }
-
-  const std::shared_ptr<HostPerson> person;
-  BroadcastRecorder broadcasts;
-  std::unique_ptr<NotificationSession> session_;
 };
 
 std::optional<UNAuthorizationStatus> statusNamed(const std::string& name) {
@@ -129,23 +115,40 @@ std::optional<UNAuthorizationStatus> statusNamed(const std::string& name) {
 
 platform::Date requiredDate(const nlohmann::json& event, const char* field) {
   const std::string text = requiredString(event, field);
-  std::optional<platform::Date> date = parseIso8601(text, platform::Calendar::current());
+  std::optional<platform::Date> date = platform::parseIso8601(text, platform::Calendar::current());
   if (!date) throw EventError(event["event"].get<std::string>() + ": \"" + field + "\" is not an ISO 8601 date and time");
   return *date;
 }
 
-}  // namespace
+class NotificationEvents final : public EventModule {
+ public:
+  void registerEvents(EventHost& host) override;
 
-void registerNotificationEvents(EventHost& host) {
-  auto state = std::make_shared<NotificationHost>(host.person());
+ private:
+  // Started by the first notification event, so other commands never touch notification state.
+  NotificationSession& started() {
+    if (!session_) {
+      session_ = std::make_unique<NotificationSession>(host_->person());
+      // The launch settles before the event's own work, so the two never race.
+      host_->settle();
+    }
+    return *session_;
+  }
 
+  EventHost* host_ = nullptr;
+  std::unique_ptr<NotificationSession> session_;
+};
+
+void NotificationEvents::registerEvents(EventHost& host) {
+  host_ = &host;
   // Wraps an event's work: broadcasts are counted from before the session starts.
-  auto on = [&host, state](std::string name, std::function<void(NotificationSession&, const nlohmann::json&)> work) {
-    host.on(std::move(name), [state, work = std::move(work)](const nlohmann::json& event) -> EventHost::Answer {
-      const std::size_t mark = state->broadcasts.count();
-      work(state->session(), event);
-      return [state, mark](nlohmann::ordered_json& out) {
-        out["broadcasts"] = state->broadcasts.since(mark);
+  auto on = [this, &host](std::string name, std::function<void(NotificationSession&, const nlohmann::json&)> work) {
+    host.on(std::move(name), [this, work = std::move(work)](const nlohmann::json& event) -> EventHost::Answer {
+      const std::size_t mark = session_ ? session_->broadcasts.count() : 0;
+      NotificationSession& session = started();
+      work(session, event);
+      return [&session, mark](nlohmann::ordered_json& out) {
+        out["broadcasts"] = session.broadcasts.since(mark);
         out["pending"] = pendingRequestsJson(pendingRequests(platform::UNUserNotificationCenter::current()));
       };
     });
@@ -198,5 +201,9 @@ void registerNotificationEvents(EventHost& host) {
     session.scheduler->scheduleTrialExpirationReminder(start, end);
   });
 }
+
+}  // namespace
+
+std::unique_ptr<EventModule> notificationEvents() { return std::make_unique<NotificationEvents>(); }
 
 }  // namespace aurimo::tool

@@ -4,7 +4,7 @@
 //   CommandLine commandLine;
 //   addAllCommands(commandLine);
 
-#include "command_line.h"
+#include "support/command_line.h"
 
 namespace aurimo::tool {
 

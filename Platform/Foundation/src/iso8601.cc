@@ -1,17 +1,14 @@
-#include "notification_json.h"
+#include "platform/iso8601.h"
 
 #include <cctype>
 #include <chrono>
 #include <cstdint>
 
-#include "platform/dispatch_group.h"
+#include "platform/date_components.h"
+#include "platform/time_zone.h"
 
-namespace aurimo::tool {
+namespace aurimo::platform {
 namespace {
-
-nlohmann::ordered_json field(const std::optional<int>& value) {
-  return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
-}
 
 // Reads exactly `digits` decimal digits.
 bool number(std::string_view& text, int digits, int& value) {
@@ -39,41 +36,8 @@ bool literal(std::string_view& text, char c) {
 
 }  // namespace
 
-nlohmann::ordered_json requestJson(const platform::UNNotificationRequest& request) {
-  nlohmann::ordered_json out;
-  out["identifier"] = request.identifier();
-  out["category"] = request.content().categoryIdentifier();
-  const auto* calendar = dynamic_cast<const platform::UNCalendarNotificationTrigger*>(request.trigger().get());
-  if (calendar) {
-    const platform::DateComponents& c = calendar->dateComponents();
-    out["trigger"] = {{"year", field(c.year)},  {"month", field(c.month)},   {"day", field(c.day)},
-                      {"hour", field(c.hour)},  {"minute", field(c.minute)}, {"second", field(c.second)}};
-  } else {
-    out["trigger"] = nullptr;
-  }
-  return out;
-}
-
-nlohmann::ordered_json pendingRequestsJson(const std::vector<platform::UNNotificationRequest>& requests) {
-  nlohmann::ordered_json list = nlohmann::ordered_json::array();
-  for (const auto& request : requests) list.push_back(requestJson(request));
-  return list;
-}
-
-std::vector<platform::UNNotificationRequest> pendingRequests(platform::UNUserNotificationCenter& center) {
-  auto answered = std::make_shared<platform::DispatchGroup>();
-  auto result = std::make_shared<std::vector<platform::UNNotificationRequest>>();
-  answered->enter();
-  center.getPendingNotificationRequests([answered, result](std::vector<platform::UNNotificationRequest> requests) {
-    *result = std::move(requests);
-    answered->leave();
-  });
-  answered->wait();
-  return std::move(*result);
-}
-
-std::optional<platform::Date> parseIso8601(std::string_view text, const platform::Calendar& calendar) {
-  platform::DateComponents c;
+std::optional<Date> parseIso8601(std::string_view text, const Calendar& calendar) {
+  DateComponents c;
   int year, month, day, hour, minute, second = 0;
   if (!number(text, 4, year) || !literal(text, '-') || !number(text, 2, month) || !literal(text, '-') ||
       !number(text, 2, day) || !(literal(text, 'T') || literal(text, 't')) || !number(text, 2, hour) ||
@@ -113,9 +77,9 @@ std::optional<platform::Date> parseIso8601(std::string_view text, const platform
   }
   if (!text.empty()) return std::nullopt;
 
-  std::optional<platform::Date> date;
+  std::optional<Date> date;
   if (offsetSeconds) {
-    date = platform::Calendar(platform::TimeZone::gmt()).date(c);
+    date = Calendar(TimeZone::gmt()).date(c);
     if (date) *date -= std::chrono::seconds(*offsetSeconds);
   } else {
     date = calendar.date(c);
@@ -124,4 +88,4 @@ std::optional<platform::Date> parseIso8601(std::string_view text, const platform
   return date;
 }
 
-}  // namespace aurimo::tool
+}  // namespace aurimo::platform

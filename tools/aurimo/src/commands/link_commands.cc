@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "commands.h"
-#include "events.h"
+#include "commands/commands.h"
+#include "events/events.h"
 #include "platform/user_activity.h"
 
 namespace aurimo::tool {

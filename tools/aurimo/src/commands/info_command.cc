@@ -7,9 +7,9 @@
 #include <nlohmann/json.hpp>
 
 #include "app_context/links/universal_link_manager.h"
-#include "commands.h"
-#include "event_host.h"
+#include "commands/commands.h"
 #include "platform/directories.h"
+#include "support/event_host.h"
 
 namespace aurimo::tool {
 

@@ -1,13 +1,13 @@
 #pragma once
 // EventHost: answers JSON-line events, one answer line per event. Each
-// subsystem registers handlers by event name; after an event the host runs the
-// main run loop until every queue is idle before it asks
-// the handler for its answer, so answers see everything the event set off.
+// subsystem is an EventModule that registers handlers by event name; after an
+// event the host runs the main run loop until every queue is idle before it
+// asks the handler for its answer, so answers see everything the event set off.
 //
 // Thread contract: main thread only, like the managers its handlers drive.
 //
 //   EventHost host;
-//   registerAllEvents(host);
+//   host.add(linkEvents());
 //   host.run(std::cin, std::cout);
 
 #include <functional>
@@ -24,6 +24,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/person.h"
+#include "support/event_module.h"
 
 namespace aurimo::tool {
 
@@ -73,6 +74,8 @@ class EventHost {
   EventHost(const EventHost&) = delete;
   EventHost& operator=(const EventHost&) = delete;
 
+  // Keeps `module` as long as the host and lets it register its handlers.
+  void add(std::unique_ptr<EventModule> module);
   // Registers the handler of `event`; a name registered twice is a programming error.
   void on(std::string event, Handler handler);
 
@@ -86,17 +89,17 @@ class EventHost {
   // Whom the subsystems' questions go to; events choose its answers.
   const std::shared_ptr<HostPerson>& person() const { return person_; }
 
-  // The registered event names, sorted.
-  std::vector<std::string> eventNames() const;
+  // Runs the main run loop until every queue is idle: after each event, and
+  // when a module's session starts in the middle of one.
+  static void settle();
 
   // The one-line text of an answer; bytes that are not UTF-8 print as U+FFFD.
   static std::string format(const nlohmann::ordered_json& answer);
   static nlohmann::ordered_json error(std::string_view message);
 
  private:
-  void settle();
-
   std::map<std::string, Handler, std::less<>> handlers_;
+  std::vector<std::unique_ptr<EventModule>> modules_;
   const std::shared_ptr<HostPerson> person_ = std::make_shared<HostPerson>();
 };
 

@@ -1,4 +1,4 @@
-#include "event_host.h"
+#include "support/event_host.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -33,6 +33,10 @@ void EventHost::on(std::string event, Handler handler) {
   handlers_.emplace(std::move(event), std::move(handler));
 }
 
+void EventHost::add(std::unique_ptr<EventModule> module) {
+  module->registerEvents(*this);
+  modules_.push_back(std::move(module));
+}
 
 nlohmann::ordered_json EventHost::handle(const nlohmann::json& event) {
   if (!event.is_object()) return error("an event must be a JSON object");
@@ -74,12 +78,6 @@ void EventHost::run(std::istream& in, std::ostream& out) {
       out << format(*answer) << '\n' << std::flush;
     }
   }
-}
-
-std::vector<std::string> EventHost::eventNames() const {
-  std::vector<std::string> names;
-  for (const auto& [name, handler] : handlers_) names.push_back(name);
-  return names;
 }
 
 std::string EventHost::format(const nlohmann::ordered_json& answer) {

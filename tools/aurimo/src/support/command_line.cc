@@ -1,4 +1,4 @@
-#include "command_line.h"
+#include "support/command_line.h"
 
 #include <cstdio>
 #include <memory>

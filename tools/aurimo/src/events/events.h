@@ -1,25 +1,29 @@
 #pragma once
-// The event handlers of every subsystem, each registered by one call.
+// The event modules of every subsystem. A subsystem is one file here that
+// makes its module, plus one line in registerAllEvents.
 //
 //   EventHost host;
 //   registerAllEvents(host);
 
-#include "event_host.h"
+#include <memory>
+
+#include "support/event_host.h"
+#include "support/event_module.h"
 
 namespace aurimo::tool {
 
 // "link", "payload", "resetRoute": universal-link routing (link_events.cc).
-void registerLinkEvents(EventHost& host);
+std::unique_ptr<EventModule> linkEvents();
 
 // "foreground", "notificationSystem", "requestNotificationPermission",
 // "notificationTap", "trialReminder": notifications (notification_events.cc).
-void registerNotificationEvents(EventHost& host);
+std::unique_ptr<EventModule> notificationEvents();
 
 // "photoPermission", "savePhoto", "imageCacheWrite", "imageCacheRead": the
 // photo library and the image cache (media_events.cc).
-void registerMediaEvents(EventHost& host);
+std::unique_ptr<EventModule> mediaEvents();
 
-// Every subsystem's events; add a subsystem's registration call here.
+// Adds every subsystem's module to `host`.
 void registerAllEvents(EventHost& host);
 
 }  // namespace aurimo::tool

@@ -21,7 +21,7 @@
 
 #include "app_context/media/cache_helper.h"
 #include "app_context/media/photo_library_manager.h"
-#include "events.h"
+#include "events/events.h"
 #include "platform/atomic_file.h"
 #include "platform/base64.h"
 #include "platform/ph_photo_library.h"
@@ -33,13 +33,18 @@ namespace fs = std::filesystem;
 using platform::PHAccessLevel;
 using platform::PHAuthorizationStatus;
 
-struct MediaSession {
-  explicit MediaSession(std::shared_ptr<platform::Person> person)
-      : library(std::make_shared<platform::PHPhotoLibrary>(std::move(person))), photoLibraryManager(library) {}
+// Replaces the process-wide photo library for the rest of the run with one
+// whose questions the events answer; nobody answers before a photoPermission event.
+struct PhotoSession {
+  explicit PhotoSession(const std::shared_ptr<HostPerson>& person)
+      : library(std::make_shared<platform::PHPhotoLibrary>(person)), photoLibraryManager(library) {
+    person->answer(kind, std::nullopt);
+    platform::PHPhotoLibrary::slot().replace(library);
+  }
 
+  const std::string kind{platform::PHPhotoLibrary::kPermissionKind};
   std::shared_ptr<platform::PHPhotoLibrary> library;
   PhotoLibraryManager photoLibraryManager;
-  CacheHelper cacheHelper;
 };
 
 // The choice the user takes when asked; nullopt for a status only the system's settings set.
@@ -91,45 +96,57 @@ nlohmann::ordered_json orNull(const std::optional<fs::path>& path) {
   return path ? nlohmann::ordered_json(path->string()) : nlohmann::ordered_json(nullptr);
 }
 
-}  // namespace
+class MediaEvents final : public EventModule {
+ public:
+  void registerEvents(EventHost& host) override;
 
-void registerMediaEvents(EventHost& host) {
-  auto session = std::make_shared<MediaSession>(host.person());
-  const std::string kind(platform::PHPhotoLibrary::kPermissionKind);
-  host.person()->answer(kind, std::nullopt);  // nobody answers before a photoPermission event
-  platform::PHPhotoLibrary::slot().replace(session->library);
+ private:
+  // Started by the first well-formed photo event; the image cache needs none.
+  PhotoSession& photos() {
+    if (!photos_) photos_ = std::make_unique<PhotoSession>(host_->person());
+    return *photos_;
+  }
 
-  host.on("photoPermission", [session, kind, person = host.person()](const nlohmann::json& event) {
+  EventHost* host_ = nullptr;
+  std::unique_ptr<PhotoSession> photos_;
+  CacheHelper cacheHelper_;
+};
+
+void MediaEvents::registerEvents(EventHost& host) {
+  host_ = &host;
+  host.on("photoPermission", [this](const nlohmann::json& event) {
     const std::string answer = requiredString(event, "answer");
     const std::optional<PHAuthorizationStatus> chosen = platform::authorizationStatusNamed(answer);
     if (!chosen) throw EventError("photoPermission: unknown answer \"" + answer + "\"");
 
+    PhotoSession& session = photos();
     const std::optional<std::string> choice = choiceFor(*chosen);
-    person->answer(kind, choice);
-    if (!session->photoLibraryManager.canRequestPermissions() || !choice) {
+    host_->person()->answer(session.kind, choice);
+    if (!session.photoLibraryManager.canRequestPermissions() || !choice) {
       if (auto error = platform::PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, *chosen)) {
         throw EventError("photoPermission: " + error->message);
       }
     }
 
     std::promise<PHAuthorizationStatus> result;
-    session->photoLibraryManager.requestAuthorization(
+    session.photoLibraryManager.requestAuthorization(
         [&result](PHAuthorizationStatus status) { result.set_value(status); });
     const PHAuthorizationStatus status = result.get_future().get();
-    return [session, answer, status](nlohmann::ordered_json& out) {
+    return [&session, answer, status](nlohmann::ordered_json& out) {
       out["answer"] = answer;
       out["status"] = std::string(platform::name(status));
-      out["canRequestPermissions"] = session->photoLibraryManager.canRequestPermissions();
-      out["photoLibraryHasAddPermissionOrMore"] = session->photoLibraryManager.photoLibraryHasAddPermissionOrMore();
+      out["canRequestPermissions"] = session.photoLibraryManager.canRequestPermissions();
+      out["photoLibraryHasAddPermissionOrMore"] = session.photoLibraryManager.photoLibraryHasAddPermissionOrMore();
     };
   });
 
-  host.on("savePhoto", [session](const nlohmann::json& event) {
+  host.on("savePhoto", [this](const nlohmann::json& event) {
     platform::Data bytes = requiredBytes(event);
     const std::size_t size = bytes.size();
+    PhotoSession& session = photos();
     platform::PHPhotoLibrary& library = platform::PHPhotoLibrary::shared();
     const std::set<fs::path> before = filesIn(library.assetsDirectory());
-    session->photoLibraryManager.savePhotoData(std::move(bytes));
+    session.photoLibraryManager.savePhotoData(std::move(bytes));
     library.changeQueue().sync([] {});
 
     // The save reports nothing, so the new photo is whatever file appeared.
@@ -143,12 +160,12 @@ void registerMediaEvents(EventHost& host) {
     };
   });
 
-  host.on("imageCacheWrite", [session](const nlohmann::json& event) {
+  host.on("imageCacheWrite", [this](const nlohmann::json& event) {
     const std::string key = requiredString(event, "key");
     const platform::Data bytes = requiredBytes(event);
-    session->cacheHelper.write(bytes, key);
+    cacheHelper_.write(bytes, key);
     // The write's outcome is not reported; a read queued behind it waits it out.
-    (void)readAndWait(session->cacheHelper, key);
+    (void)readAndWait(cacheHelper_, key);
 
     std::optional<fs::path> file = fs::path(CacheHelper::storage(key).hybridStorage().diskStorage().filePath(key));
     std::error_code ignored;
@@ -161,9 +178,9 @@ void registerMediaEvents(EventHost& host) {
     };
   });
 
-  host.on("imageCacheRead", [session](const nlohmann::json& event) {
+  host.on("imageCacheRead", [this](const nlohmann::json& event) {
     const std::string key = requiredString(event, "key");
-    const std::optional<platform::Data> data = readAndWait(session->cacheHelper, key);
+    const std::optional<platform::Data> data = readAndWait(cacheHelper_, key);
     return [key, bytes = data ? std::optional<std::size_t>(data->size()) : std::nullopt](nlohmann::ordered_json& out) {
       out["key"] = key;
       out["storage"] = std::string(CacheHelper::storageName(key));
@@ -171,5 +188,9 @@ void registerMediaEvents(EventHost& host) {
     };
   });
 }
+
+}  // namespace
+
+std::unique_ptr<EventModule> mediaEvents() { return std::make_unique<MediaEvents>(); }
 
 }  // namespace aurimo::tool

@@ -13,10 +13,10 @@
 #include <string_view>
 #include <system_error>
 
-#include "commands.h"
-#include "demo_session.h"
-#include "events.h"
+#include "commands/commands.h"
+#include "events/events.h"
 #include "platform/directories.h"
+#include "support/demo_session.h"
 
 namespace aurimo::tool {
 namespace {

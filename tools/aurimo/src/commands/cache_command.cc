@@ -24,10 +24,10 @@
 
 #include "cache/storage.h"
 #include "cache/transformer_factory.h"
-#include "commands.h"
-#include "event_host.h"
+#include "commands/commands.h"
 #include "platform/clock.h"
 #include "platform/file_manager.h"
+#include "support/event_host.h"
 
 namespace aurimo::tool {
 namespace {
@@ -43,7 +43,6 @@ struct CacheOptions {
   std::uint64_t maxSize = 0;
   std::string key;
   std::string expiry = "never";
-  CLI::App* command = nullptr;  // `cache` itself, to find which of its commands was chosen
 };
 
 // A whole number of seconds prints without a fraction.
@@ -271,34 +270,48 @@ int clear(const CacheOptions& options) {
   return kExitSuccess;
 }
 
+// The subcommands, in the order --help lists them.
+struct CacheSubcommand {
+  const char* name;
+  const char* description;
+  bool takesKey;
+  bool createsCache;  // the rest need an existing cache directory
+  int (*run)(const CacheOptions& options);
+};
+
+constexpr CacheSubcommand kSubcommands[] = {
+    {"put", "Store stdin under KEY", true, true, put},
+    {"get", "Write KEY's bytes to stdout; exit 1 when absent", true, false, get},
+    {"entry", "One JSON line: key, path, expiry (Unix seconds), expired, bytes", true, false, entry},
+    {"rm", "Remove KEY's file; exit 1 when absent", true, false, remove},
+    {"ls", "One JSON line per file: name, bytes, allocatedBytes, expiry", false, false, list},
+    {"sweep", "Remove expired files, then enforce --max-size; one JSON line of counts", false, false, sweep},
+    {"clear", "Remove every file", false, true, clear},
+};
+
+int runSubcommand(const CacheSubcommand& subcommand, const CacheOptions& options) {
+  const std::string& name = options.name;
+  if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
+    return fail(kExitUsage, "cache: --name must be a single folder name");
+  }
+  if (!subcommand.createsCache && !std::filesystem::is_directory(directoryOf(options))) {
+    return fail(kExitFailure, "cache: there is no cache at " + directoryOf(options));
+  }
+  try {
+    return subcommand.run(options);
+  } catch (const std::exception& error) {
+    return fail(kExitFailure, std::string("cache ") + subcommand.name + ": " + error.what());
+  }
+}
+
 }  // namespace
 
 void addCacheCommand(CommandLine& commandLine) {
   auto options = std::make_shared<CacheOptions>();
-  CLI::App* cacheCommand = commandLine.addCommand(
-      "cache", "Inspect or edit the cache directory PARENT/NAME", [options]() -> int {
-        const std::string& name = options->name;
-        if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
-          return fail(kExitUsage, "cache: --name must be a single folder name");
-        }
-        const std::string chosen = options->command->get_subcommands().front()->get_name();
-        const bool creates = chosen == "put" || chosen == "clear";
-        if (!creates && !std::filesystem::is_directory(directoryOf(*options))) {
-          return fail(kExitFailure, "cache: there is no cache at " + directoryOf(*options));
-        }
-        try {
-          if (chosen == "put") return put(*options);
-          if (chosen == "get") return get(*options);
-          if (chosen == "entry") return entry(*options);
-          if (chosen == "rm") return remove(*options);
-          if (chosen == "ls") return list(*options);
-          if (chosen == "sweep") return sweep(*options);
-          return clear(*options);
-        } catch (const std::exception& error) {
-          return fail(kExitFailure, "cache " + chosen + ": " + error.what());
-        }
-      });
-  options->command = cacheCommand;
+  // Set by the chosen subcommand's callback while parsing.
+  auto chosen = std::make_shared<const CacheSubcommand*>(nullptr);
+  CLI::App* cacheCommand = commandLine.addCommand("cache", "Inspect or edit the cache directory PARENT/NAME",
+                                                  [options, chosen] { return runSubcommand(**chosen, *options); });
   cacheCommand->add_option("--dir", options->parent, "The folder that holds the cache directory")
       ->option_text("PARENT")
       ->required();
@@ -307,20 +320,14 @@ void addCacheCommand(CommandLine& commandLine) {
       ->option_text("BYTES");
   cacheCommand->require_subcommand(1);
 
-  const auto withKey = [&](const char* name, const char* description) {
-    CLI::App* command = cacheCommand->add_subcommand(name, description);
-    command->add_option("KEY", options->key, "The key")->required();
-    return command;
-  };
-  withKey("put", "Store stdin under KEY")
+  for (const CacheSubcommand& subcommand : kSubcommands) {
+    CLI::App* command = cacheCommand->add_subcommand(subcommand.name, subcommand.description);
+    command->callback([chosen, &subcommand] { *chosen = &subcommand; });
+    if (subcommand.takesKey) command->add_option("KEY", options->key, "The key")->required();
+  }
+  cacheCommand->get_subcommand("put")
       ->add_option("--expiry", options->expiry, "never (default), seconds:N or date:UNIX")
       ->option_text("EXPIRY");
-  withKey("get", "Write KEY's bytes to stdout; exit 1 when absent");
-  withKey("entry", "One JSON line: key, path, expiry (Unix seconds), expired, bytes");
-  withKey("rm", "Remove KEY's file; exit 1 when absent");
-  cacheCommand->add_subcommand("ls", "One JSON line per file: name, bytes, allocatedBytes, expiry");
-  cacheCommand->add_subcommand("sweep", "Remove expired files, then enforce --max-size; one JSON line of counts");
-  cacheCommand->add_subcommand("clear", "Remove every file");
 }
 
 }  // namespace aurimo::tool

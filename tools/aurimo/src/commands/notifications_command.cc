@@ -4,11 +4,11 @@
 #include <iostream>
 #include <memory>
 
-#include "commands.h"
-#include "event_host.h"
-#include "notification_json.h"
+#include "commands/commands.h"
 #include "platform/directories.h"
 #include "platform/un_user_notification_center.h"
+#include "support/event_host.h"
+#include "support/notification_json.h"
 
 namespace aurimo::tool {
 

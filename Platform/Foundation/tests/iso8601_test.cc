@@ -1,0 +1,62 @@
+#include "platform/iso8601.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <optional>
+
+namespace aurimo::platform {
+namespace {
+
+TEST(Iso8601Test, ReadsDatesWithAnOffsetOrInTheCalendarsZoneAndRejectsTheRest) {
+  struct Case {
+    const char* text;
+    std::optional<long long> unixSeconds;  // nullopt: rejected
+    long nanoseconds = 0;
+  };
+  const Case cases[] = {
+      {"2099-01-10T12:00:00+01:00", 4071726000},
+      {"2099-01-17T20:30:00Z", 4072365000},
+      {"2024-02-29T00:00z", 1709164800},
+      {"2000-02-29T23:59:59,123456789999Z", 951868799, 123456789},  // digits past nanoseconds are dropped
+      {"2024-01-01T00:00-0530", 1704087000},
+      {"2024-01-01T00:00+05", 1704049200},
+      // Without an offset: New York time, daylight saving included.
+      {"2099-01-10T15:00:00.5", 4071758400, 500000000},
+      {"2099-01-10t15:00", 4071758400},
+      {"2024-07-01T06:00", 1719828000},
+      {"", std::nullopt},
+      {"2024-01-01", std::nullopt},
+      {"2024-01-01 00:00Z", std::nullopt},
+      {"2024-1-01T00:00Z", std::nullopt},
+      {"2099-02-29T00:00:00Z", std::nullopt},
+      {"1900-02-29T00:00Z", std::nullopt},
+      {"2024-04-31T00:00Z", std::nullopt},
+      {"2024-00-10T00:00Z", std::nullopt},
+      {"2024-13-10T00:00Z", std::nullopt},
+      {"2024-01-01T24:00Z", std::nullopt},
+      {"2024-01-01T00:60Z", std::nullopt},
+      {"2024-01-01T00:00:60Z", std::nullopt},
+      {"2024-01-01T00:00:0Z", std::nullopt},
+      {"2024-01-01T00:00.Z", std::nullopt},
+      {"2024-01-01T00:00+5", std::nullopt},
+      {"2024-01-01T00:00+053", std::nullopt},
+      {"2024-01-01T00:00+05:", std::nullopt},
+      {"2024-01-01T00:00+24:00", std::nullopt},
+      {"2024-01-01T00:00+05:60", std::nullopt},
+      {"2024-01-01T00:00Z ", std::nullopt},
+      {"2024-01-01T00:00ZZ", std::nullopt},
+  };
+  const Calendar newYork(*TimeZone::named("America/New_York"));
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    const std::optional<Date> date = parseIso8601(c.text, newYork);
+    ASSERT_EQ(date.has_value(), c.unixSeconds.has_value());
+    if (date) {
+      EXPECT_EQ(*date, Date(std::chrono::seconds(*c.unixSeconds) + std::chrono::nanoseconds(c.nanoseconds)));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace aurimo::platform
