@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <thread>
 
-#include "platform/atomic_file.h"
+#include "platform/file_manager.h"
 #include "testing/photo_library_environment.h"
 
 namespace aurimo::platform {
@@ -146,7 +146,7 @@ TEST(PhotoLibraryChanges, SavesTheBytesUnchangedUnderANameForTheirFormat) {
     ASSERT_EQ(env.savedPhotos().size(), 1u);
     const std::filesystem::path photo = env.savedPhotos().front();
     EXPECT_EQ(photo.filename(), std::string("IMG_20231114_221320_123_1.") + c.extension);
-    EXPECT_EQ(readFile(photo).data, c.bytes);
+    EXPECT_EQ(FileManager::defaultManager().contentsOfFile(photo).data, c.bytes);
     EXPECT_EQ(mode(photo), 0600u);
     EXPECT_EQ(mode(env.assetsDirectory()), 0700u);
   }
@@ -196,7 +196,7 @@ TEST(PhotoLibraryChanges, NamesStayUniqueWithinOneMillisecond) {
   for (const auto& photo : env.savedPhotos()) names.push_back(photo.filename().string());
   EXPECT_EQ(names, (std::vector<std::string>{"IMG_20231114_221320_000_1.jpg", "IMG_20231114_221320_000_2.png",
                                              "IMG_20231114_221320_000_3.jpg", "IMG_20231114_221320_000_4.jpg"}));
-  EXPECT_EQ(readFile(env.assetsDirectory() / names[1]).data, kPng);
+  EXPECT_EQ(FileManager::defaultManager().contentsOfFile(env.assetsDirectory() / names[1]).data, kPng);
 }
 
 TEST(PhotoLibraryChanges, AnInvalidRequestFailsTheWholeChange) {

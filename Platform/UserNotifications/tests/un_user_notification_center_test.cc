@@ -230,7 +230,7 @@ TEST_F(UserNotificationCenter, MovesADamagedStateFileAside) {
   std::ofstream(dir_ / "user_notifications.json") << "{\"authorizationStatus\": 2, \"pendingRequests\": [{";
   auto center = makeCenter();
   EXPECT_EQ(status(*center), Status::notDetermined);
-  EXPECT_TRUE(std::filesystem::exists(dir_ / "user_notifications.json.corrupt"));
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "user_notifications.json.corrupt-1700000000"));
 }
 
 struct TerminalCase {
