@@ -195,11 +195,9 @@ std::string FileManager::moveItemAside(const std::string& path, Date now) {
 }
 
 std::string PosixFileManager::cachesDirectory() {
-  const std::filesystem::path& caches = Directories::current().cachesDirectory();
-  if (const std::error_code error = Directories::createPrivateDirectory(caches)) {
-    throwFileError("mkdir", caches.string(), error.value());
-  }
-  return caches.string();
+  const std::string caches = Directories::current().cachesDirectory().string();
+  createPrivateDirectory(caches);
+  return caches;
 }
 
 bool PosixFileManager::fileExists(const std::string& path) {
