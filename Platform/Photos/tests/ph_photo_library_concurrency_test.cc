@@ -199,6 +199,41 @@ TEST(PhotoLibraryChanges, NamesStayUniqueWithinOneMillisecond) {
   EXPECT_EQ(FileManager::defaultManager().contentsOfFile(env.assetsDirectory() / names[1]).data, kPng);
 }
 
+// Lets the first `claims` photos take their names, then fails the next.
+class FailingClaims final : public platform::FileManagerWrapper {
+ public:
+  FailingClaims(int claims, int error)
+      : FileManagerWrapper(FileManager::defaultManager()), claims_(claims), error_(error) {}
+  void moveItem(const std::string& from, const std::string& to) override {
+    if (claims_-- <= 0) throwFileError("rename", to, error_);
+    FileManagerWrapper::moveItem(from, to);
+  }
+
+ private:
+  int claims_, error_;
+};
+
+TEST(PhotoLibraryChanges, AFailingDiskTakesBackTheWholeChange) {
+  const struct {
+    int claims;
+    int error;
+    Code code;
+  } cases[] = {{0, EIO, Code::internalError}, {1, ENOSPC, Code::notEnoughSpace}, {1, EDQUOT, Code::notEnoughSpace}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.error);
+    FailingClaims files(c.claims, c.error);
+    test::PhotoLibraryEnvironment env;
+    env.restartLibrary(files);
+    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
+
+    Outcome outcome = save({kJpeg, kPng});
+
+    EXPECT_FALSE(outcome.success);
+    EXPECT_EQ(outcome.error ? std::optional(outcome.error->code) : std::nullopt, c.code);
+    EXPECT_TRUE(env.savedPhotos().empty()) << "nor any staging file";
+  }
+}
+
 TEST(PhotoLibraryChanges, AnInvalidRequestFailsTheWholeChange) {
   struct Case {
     const char* label;
