@@ -79,10 +79,13 @@ const struct Store {
   const char* fileName;
   bool reportsEveryFailedSave;  // user defaults say it once per failing streak
   Opened (*open)(FileManager& files, const fs::path& folder);
+  std::vector<std::string> unusable;  // contents it must move aside
 } kStores[] = {
-    {"user defaults", "user-defaults.json", false, openUserDefaults},
-    {"notification centre", "user_notifications.json", true, openNotificationCenter},
-    {"photo library", "photo_library.json", true, openPhotoLibrary},
+    {"user defaults", "user-defaults.json", false, openUserDefaults,
+     {"{\"a\": ", "[1, 2]", R"({"d": {"$base64": "%%%"}})", R"({"d": {"$base64": 7}})"}},
+    {"notification centre", "user_notifications.json", true, openNotificationCenter,
+     {"{\"authorizationStatus\": 2, \"pendingRequests\": [{", "[1, 2]"}},
+    {"photo library", "photo_library.json", true, openPhotoLibrary, {"{\"authorizationStatus\": ", "[1, 2]"}},
 };
 
 long lines(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
@@ -141,14 +144,15 @@ TEST(Persistence, AnUnusableFileIsMovedAsideUnderAUniqueNameAndReportedOnce) {
     EXPECT_EQ(open(store, tmp.path()).second, "");  // no file yet is no damage
     EXPECT_TRUE(namesIn(tmp.path()).empty());
 
-    // Twice in the same second: the second one must not replace the first.
-    for (const std::string suffix : {"", "-2"}) {
-      std::ofstream(file) << "{\"damaged\": " << suffix;
+    // All in the same second: none may replace an earlier one.
+    for (std::size_t n = 0; n < store.unusable.size(); ++n) {
+      SCOPED_TRACE(store.unusable[n]);
+      std::ofstream(file) << store.unusable[n];
       auto [opened, report] = open(store, tmp.path());
-      const std::string aside = file.string() + ".corrupt-1700000000" + suffix;
+      const std::string aside = file.string() + ".corrupt-1700000000" + (n ? "-" + std::to_string(n + 1) : "");
       EXPECT_EQ(lines(report), 1) << report;
       EXPECT_NE(report.find("moved to " + aside + ";"), std::string::npos) << report;
-      EXPECT_EQ(contents(aside), "{\"damaged\": " + suffix);
+      EXPECT_EQ(contents(aside), store.unusable[n]);
       EXPECT_FALSE(fs::exists(file));
       EXPECT_EQ(opened.get(), 0);
       EXPECT_EQ(opened.set(1), "");

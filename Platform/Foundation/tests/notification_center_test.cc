@@ -83,9 +83,7 @@ TEST(NotificationCenter, ToleratesRegistrationChangesDuringDelivery) {
 }
 
 TEST(NotificationCenter, WeakObserverIsSkippedAndPrunedOnceDead) {
-  struct Screen {
-    int updates = 0;
-  };
+  struct Screen { int updates = 0; };
   NotificationCenter center;
   auto screen = std::make_shared<Screen>();
   auto kept = std::make_shared<Screen>();

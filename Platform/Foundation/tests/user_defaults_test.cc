@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <limits>
 
 #include "platform/directories.h"
@@ -15,8 +14,7 @@ namespace {
 using platform::Data;
 using platform::UserDefaults;
 
-// Moving damaged files aside and failing disks are covered for every store in
-// Platform/tests/persistence_test.cc.
+// Which files are unusable, and failing disks: Platform/tests/persistence_test.cc.
 class UserDefaultsTest : public ::testing::Test {
  protected:
   test::TemporaryDirectory tmp_;
@@ -84,19 +82,6 @@ TEST_F(UserDefaultsTest, ReadersConvertBetweenScalarTypes) {
     EXPECT_EQ(defaults.doubleForKey("key"), c.asDouble);
     EXPECT_EQ(defaults.stringForKey("key"), c.asString);
     EXPECT_EQ(defaults.dataForKey("key"), std::nullopt);
-  }
-}
-
-TEST_F(UserDefaultsTest, FilesThatAreNotAnObjectOfValuesAreSetAside) {
-  std::filesystem::create_directories(settings_);
-  for (const char* content : {"[1, 2]", R"({"d": {"$base64": "%%%"}})", R"({"d": {"$base64": 7}})"}) {
-    SCOPED_TRACE(content);
-    std::ofstream(file_) << content;
-    testing::internal::CaptureStderr();
-    UserDefaults defaults(file_);
-    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(defaults.objectForKey("d"), std::nullopt);
-    EXPECT_FALSE(std::filesystem::exists(file_));
   }
 }
 
