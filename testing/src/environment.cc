@@ -84,17 +84,17 @@ platform::Services Environment::services() const {
 
 void Environment::restartUserNotificationCenter(std::optional<std::filesystem::path> stateDirectory) {
   userNotificationCenter_ = std::make_shared<platform::UNUserNotificationCenter>(
-      stateDirectory.value_or(this->stateDirectory()), person);
+      stateDirectory.value_or(this->stateDirectory()), person, *files);
   if (pins_) platform::UNUserNotificationCenter::slot().replace(userNotificationCenter_);
 }
 
 void Environment::restartPhotoLibrary() {
-  photoLibrary_ = std::make_shared<platform::PHPhotoLibrary>(stateDirectory(), picturesDirectory(), person);
+  photoLibrary_ = std::make_shared<platform::PHPhotoLibrary>(stateDirectory(), picturesDirectory(), person, *files);
   if (pins_) platform::PHPhotoLibrary::slot().replace(photoLibrary_);
 }
 
 void Environment::restartUserDefaults() {
-  userDefaults_ = std::make_shared<platform::UserDefaults>(settingsDirectory() / platform::UserDefaults::kFileName);
+  userDefaults_ = std::make_shared<platform::UserDefaults>(settingsDirectory() / platform::UserDefaults::kFileName, *files);
   if (pins_) platform::UserDefaults::slot().replace(userDefaults_);
 }
 

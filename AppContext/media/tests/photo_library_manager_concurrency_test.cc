@@ -4,7 +4,7 @@
 
 #include <future>
 
-#include "platform/atomic_file.h"
+#include "platform/file_manager.h"
 #include "platform/ph_photo_library.h"
 #include "testing/photo_library_environment.h"
 
@@ -55,7 +55,7 @@ TEST(PhotoLibraryManagerSave, SavesACopyOfTheBytesOnlyWhenAllowed) {
     }
     ASSERT_EQ(photos.size(), 1u);
     EXPECT_EQ(photos.front().extension(), ".png");
-    EXPECT_EQ(platform::readFile(photos.front()).data, png);
+    EXPECT_EQ(platform::FileManager::defaultManager().contentsOfFile(photos.front()).data, png);
   }
 }
 

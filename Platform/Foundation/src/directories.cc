@@ -1,9 +1,7 @@
 #include "platform/directories.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -67,23 +65,6 @@ Directories::Locations Directories::withDataDirectory(Locations base,
   base.settings = absolute;
   base.state = absolute;
   return base;
-}
-
-std::error_code Directories::createPrivateDirectory(const std::filesystem::path& path) {
-  if (path.empty()) return std::make_error_code(std::errc::invalid_argument);
-  std::filesystem::path partial;
-  for (const auto& component : path.lexically_normal()) {
-    if (component.empty()) continue;  // the trailing "" of "a/b/"
-    partial /= component;
-    if (::mkdir(partial.c_str(), 0700) == 0) continue;
-    if (errno != EEXIST) return {errno, std::generic_category()};
-    struct stat info{};
-    if (::stat(partial.c_str(), &info) != 0) return {errno, std::generic_category()};
-    if (!S_ISDIR(info.st_mode)) return std::make_error_code(std::errc::not_a_directory);
-  }
-  // An existing folder may have been made wider by hand or by an older build.
-  if (::chmod(path.c_str(), 0700) != 0) return {errno, std::generic_category()};
-  return {};
 }
 
 }  // namespace aurimo::platform

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <system_error>
@@ -110,9 +111,22 @@ bool walk(int directoryDescriptor, std::string& path, const FileManager::NameFil
 
 }  // namespace
 
+FileError::FileError(std::string operation, const std::string& path, int errnoValue)
+    : std::filesystem::filesystem_error(operation, std::filesystem::path(path),
+                                        std::error_code(errnoValue, std::generic_category())),
+      operation_(std::move(operation)) {}
+
+std::string FileError::message() const {
+  return operation_ + " " + path1().string() + ": " + std::strerror(code().value());
+}
+
 void throwFileError(const char* operation, const std::string& path, int errnoValue) {
-  throw std::filesystem::filesystem_error(operation, std::filesystem::path(path),
-                                          std::error_code(errnoValue, std::generic_category()));
+  throw FileError(operation, path, errnoValue);
+}
+
+std::string fileErrorMessage(const std::filesystem::filesystem_error& error) {
+  if (const auto* own = dynamic_cast<const FileError*>(&error)) return own->message();
+  return error.what();
 }
 
 WritableFile::WritableFile(WritableFile&& other) noexcept
@@ -139,12 +153,15 @@ Replaceable<FileManager>& FileManager::slot() {
 }
 
 void FileManager::writeFileAtomically(const std::string& path, std::span<const std::uint8_t> bytes,
-                                      std::string_view temporaryPrefix, std::optional<Date> modificationDate) {
-  WritableFile file = createTemporaryFile(parentDirectory(path), temporaryPrefix);
+                                      std::string_view temporaryPrefix, std::optional<Date> modificationDate,
+                                      SyncPolicy policy) {
+  const std::string directory = parentDirectory(path);
+  WritableFile file = createTemporaryFile(directory, temporaryPrefix);
   const std::string temporaryPath = file.path();
   try {
     write(file, bytes);
     if (modificationDate) setModificationDate(file, *modificationDate);
+    if (policy == SyncPolicy::durable) syncFile(file);
     closeFile(file);
     renameItem(temporaryPath, path);
   } catch (...) {
@@ -156,14 +173,31 @@ void FileManager::writeFileAtomically(const std::string& path, std::span<const s
     }
     throw;
   }
+  if (policy != SyncPolicy::durable) return;
+  try {
+    syncDirectory(directory);
+  } catch (const std::filesystem::filesystem_error&) {
+    // The new content is in place; only its survival of a power cut is in doubt.
+  }
+}
+
+void FileManager::createPrivateDirectory(const std::string& path) {
+  createDirectory(path, true);
+  setPermissions(path, 0700);
+}
+
+std::string FileManager::moveItemAside(const std::string& path, Date now) {
+  const std::string stamp = path + ".corrupt-" + std::to_string(static_cast<long long>(unixSeconds(now)));
+  std::string aside = stamp;
+  for (int attempt = 2; fileExists(aside); ++attempt) aside = stamp + "-" + std::to_string(attempt);
+  renameItem(path, aside);
+  return aside;
 }
 
 std::string PosixFileManager::cachesDirectory() {
-  const std::filesystem::path& caches = Directories::current().cachesDirectory();
-  if (const std::error_code error = Directories::createPrivateDirectory(caches)) {
-    throwFileError("mkdir", caches.string(), error.value());
-  }
-  return caches.string();
+  const std::string caches = Directories::current().cachesDirectory().string();
+  createPrivateDirectory(caches);
+  return caches;
 }
 
 bool PosixFileManager::fileExists(const std::string& path) {
@@ -205,6 +239,19 @@ void PosixFileManager::renameItem(const std::string& from, const std::string& to
   if (::rename(from.c_str(), to.c_str()) != 0) throwFileError("rename", to, errno);
 }
 
+void PosixFileManager::moveItem(const std::string& from, const std::string& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
+  if (errno != EINVAL && errno != ENOSYS) throwFileError("rename", to, errno);
+  // A file system without no-replace renames: check first, as well as it can be done.
+  struct stat status;
+  if (::lstat(to.c_str(), &status) == 0) throwFileError("rename", to, EEXIST);
+  renameItem(from, to);
+}
+
+void PosixFileManager::setPermissions(const std::string& path, unsigned mode) {
+  if (::chmod(path.c_str(), static_cast<mode_t>(mode)) != 0) throwFileError("chmod", path, errno);
+}
+
 FileContents PosixFileManager::contentsOfFile(const std::string& path) {
   // Cache files carry their expiry, a future date, as modification time, so
   // relatime would write a new access time on every read; O_NOATIME avoids
@@ -215,6 +262,8 @@ FileContents PosixFileManager::contentsOfFile(const std::string& path) {
   if (file.get() < 0) throwFileError("open", path, errno);
   struct stat status;
   if (::fstat(file.get(), &status) != 0) throwFileError("fstat", path, errno);
+  // A folder's size says nothing about what read() would give.
+  if (S_ISDIR(status.st_mode)) throwFileError("read", path, EISDIR);
   FileContents contents;
   contents.data.resize(static_cast<std::size_t>(status.st_size));
   std::size_t done = 0;
@@ -275,6 +324,16 @@ void PosixFileManager::write(WritableFile& file, std::span<const std::uint8_t> b
 void PosixFileManager::setModificationDate(WritableFile& file, Date date) {
   const struct timespec times[2] = {{0, UTIME_OMIT}, timespecFromDate(date)};
   if (::futimens(file.descriptor(), times) != 0) throwFileError("futimens", file.path(), errno);
+}
+
+void PosixFileManager::syncFile(WritableFile& file) {
+  if (::fsync(file.descriptor()) != 0) throwFileError("fsync", file.path(), errno);
+}
+
+void PosixFileManager::syncDirectory(const std::string& path) {
+  const Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (directory.get() < 0) throwFileError("open", path, errno);
+  if (::fsync(directory.get()) != 0) throwFileError("fsync", path, errno);
 }
 
 void PosixFileManager::closeFile(WritableFile& file) {

@@ -5,9 +5,8 @@
 #include <cstdio>
 #include <limits>
 
-#include "platform/atomic_file.h"
-#include "platform/clock.h"
 #include "platform/directories.h"
+#include "platform/state_file.h"
 
 namespace aurimo::platform {
 namespace {
@@ -159,7 +158,9 @@ std::int64_t integerFromString(std::string_view text) {
 
 UserDefaults::UserDefaults() = default;
 
-UserDefaults::UserDefaults(std::filesystem::path file) : file_(std::move(file)) { load(); }
+UserDefaults::UserDefaults(std::filesystem::path file, FileManager& files) : file_(std::move(file)), files_(&files) {
+  load();
+}
 
 Replaceable<UserDefaults>& UserDefaults::slot() {
   static Replaceable<UserDefaults> instance([] {
@@ -170,54 +171,26 @@ Replaceable<UserDefaults>& UserDefaults::slot() {
 }
 
 void UserDefaults::load() {
-  ReadFileResult read = readFile(*file_);
-  if (!read && read.error->isNotFound()) return;
-
-  std::string problem;
-  if (!read) {
-    problem = read.error->message();
-  } else {
-    nlohmann::json parsed = nlohmann::json::parse(stringView(*read.data), nullptr, false);
-    if (parsed.is_discarded()) {
-      problem = "not valid JSON";
-    } else if (!parsed.is_object()) {
-      problem = "not a JSON object";
-    } else {
-      try {
-        values_ = fromFile(parsed);
-        return;
-      } catch (const std::invalid_argument& error) {
-        problem = error.what();
-      }
+  loadStateFile(*files_, *file_, "user defaults", "starting empty", [this](std::string_view text) -> std::string {
+    nlohmann::json parsed = nlohmann::json::parse(text, nullptr, false);
+    if (parsed.is_discarded()) return "not valid JSON";
+    if (!parsed.is_object()) return "not a JSON object";
+    try {
+      values_ = fromFile(parsed);
+    } catch (const std::invalid_argument& error) {
+      return error.what();
     }
-  }
-
-  // Keep the bad file for inspection rather than overwrite it on the next set().
-  const auto stamp = static_cast<long long>(unixSeconds(Clock::current().now()));
-  std::filesystem::path aside = *file_;
-  aside += ".corrupt-" + std::to_string(stamp);
-  for (int attempt = 2; std::filesystem::exists(aside); ++attempt) {
-    aside = *file_;
-    aside += ".corrupt-" + std::to_string(stamp) + "-" + std::to_string(attempt);
-  }
-  std::error_code moveError;
-  std::filesystem::rename(*file_, aside, moveError);
-  if (moveError) {
-    std::fprintf(stderr, "aurimo: user defaults %s unusable (%s), could not move it aside (%s); starting empty\n",
-                 file_->c_str(), problem.c_str(), moveError.message().c_str());
-  } else {
-    std::fprintf(stderr, "aurimo: user defaults %s unusable (%s), moved to %s; starting empty\n",
-                 file_->c_str(), problem.c_str(), aside.c_str());
-  }
+    return {};
+  });
 }
 
 void UserDefaults::saveLocked() {
   if (!file_) return;
   std::string problem;
-  if (std::error_code error = Directories::createPrivateDirectory(file_->parent_path())) {
-    problem = "create folder " + file_->parent_path().string() + ": " + error.message();
-  } else if (auto error = writeFileAtomically(*file_, dataFromString(toFile(values_).dump(2) + "\n"))) {
-    problem = error->message();
+  try {
+    saveStateFile(*files_, *file_, toFile(values_).dump(2) + "\n");
+  } catch (const std::filesystem::filesystem_error& error) {
+    problem = fileErrorMessage(error);
   }
   // Report a failing disk once, not on every set().
   if (!problem.empty() && !saveFailing_) {

@@ -2,26 +2,29 @@
 
 #include <sys/stat.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <fstream>
 #include <map>
+
+#include "testing/temporary_directory.h"
 
 namespace aurimo {
 namespace {
 
 namespace fs = std::filesystem;
+using platform::FileManager;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::StartsWith;
+
+using test::namesIn;
 
 class FileManagerTest : public ::testing::Test {
  protected:
-  FileManagerTest() {
-    std::string pattern = (fs::temp_directory_path() / "file_manager_test.XXXXXX").string();
-    root_ = ::mkdtemp(pattern.data());
-  }
-  ~FileManagerTest() override { fs::remove_all(root_); }
-
-  std::string root_;
+  test::TemporaryDirectory tmp_;
+  const std::string root_ = tmp_.path().string();
   platform::PosixFileManager files_;
 };
 
@@ -48,35 +51,85 @@ TEST_F(FileManagerTest, EnumerationRecursesAndSkipsRejectedNamesWithoutEnteringT
   EXPECT_FALSE(files_.enumerateDirectory(root_ + "/missing", nullptr, [](const auto&) {}));
 }
 
-TEST_F(FileManagerTest, ErrorsCarryThePathAndErrno) {
-  const auto errorOf = [](const std::function<void()>& operation) -> std::pair<int, std::string> {
+TEST_F(FileManagerTest, ErrorsNameTheOperationPathAndErrno) {
+  const auto errorOf = [](const std::function<void()>& operation) -> std::string {
     try {
       operation();
     } catch (const fs::filesystem_error& error) {
-      return {error.code().value(), error.path1().string()};
+      return platform::fileErrorMessage(error);
     }
-    return {0, ""};
+    return "";
   };
-  const std::string missing = root_ + "/missing";
-  EXPECT_EQ(errorOf([&] { files_.removeItem(missing); }), std::make_pair(ENOENT, missing));
-  EXPECT_EQ(errorOf([&] { files_.contentsOfFile(missing); }), std::make_pair(ENOENT, missing));
-  EXPECT_EQ(errorOf([&] { files_.createDirectory(root_, false); }), std::make_pair(EEXIST, root_));
-  EXPECT_EQ(errorOf([&] { files_.createDirectory(root_, true); }).first, 0);
+  const std::string missing = root_ + "/missing", kept = root_ + "/kept", other = root_ + "/other";
+  std::ofstream(kept) << "kept";
+  std::ofstream(other) << "other";
+  EXPECT_EQ(errorOf([&] { files_.removeItem(missing); }), "unlink " + missing + ": No such file or directory");
+  EXPECT_EQ(errorOf([&] { files_.contentsOfFile(missing); }), "open " + missing + ": No such file or directory");
+  EXPECT_EQ(errorOf([&] { files_.contentsOfFile(root_); }), "read " + root_ + ": Is a directory");
+  EXPECT_EQ(errorOf([&] { files_.renameItem(missing, kept); }), "rename " + kept + ": No such file or directory");
+  EXPECT_EQ(errorOf([&] { files_.moveItem(other, kept); }), "rename " + kept + ": File exists");
+  EXPECT_EQ(errorOf([&] { files_.createDirectory(root_, false); }), "mkdir " + root_ + ": File exists");
+  EXPECT_EQ(errorOf([&] { files_.createDirectory(root_, true); }), "");
+  EXPECT_EQ(errorOf([&] { files_.createDirectory(kept + "/sub", true); }), "mkdir " + kept + ": Not a directory");
+  EXPECT_THAT(errorOf([&] { files_.writeFileAtomically(root_ + "/no/f", {}, ".t-", std::nullopt); }),
+              AllOf(StartsWith("open " + root_ + "/no/.t-"), EndsWith(": No such file or directory")));
+  EXPECT_EQ(platform::stringView(files_.contentsOfFile(kept).data), "kept");
+  EXPECT_EQ(namesIn(root_), (std::vector<std::string>{"kept", "other"}));
 }
 
-TEST_F(FileManagerTest, AtomicWriteSetsDateAndRemovesDirectoryTrees) {
+// Notes the steps that decide what survives a power cut.
+class RecordingFileManager : public platform::FileManagerWrapper {
+ public:
+  using FileManagerWrapper::FileManagerWrapper;
+  void syncFile(platform::WritableFile& file) override {
+    steps.push_back("sync file");
+    FileManagerWrapper::syncFile(file);
+  }
+  void renameItem(const std::string& from, const std::string& to) override {
+    steps.push_back("rename");
+    FileManagerWrapper::renameItem(from, to);
+  }
+  void syncDirectory(const std::string& path) override {
+    steps.push_back("sync " + path);
+    FileManagerWrapper::syncDirectory(path);
+  }
+  std::vector<std::string> steps;
+};
+
+TEST_F(FileManagerTest, AtomicWritesReplaceWholeFilesPrivatelyAndSyncWhenDurable) {
   const platform::Date date = platform::dateFromUnixSeconds(2'000'000'000.25);
-  files_.createDirectory(root_ + "/x/y", true);
-  files_.writeFileAtomically(root_ + "/x/y/f", platform::dataFromString("hello"), ".t-", date);
-  const platform::FileContents contents = files_.contentsOfFile(root_ + "/x/y/f");
-  EXPECT_EQ(platform::stringView(contents.data), "hello");
-  EXPECT_EQ(contents.attributes.modificationDate, date);
-  EXPECT_EQ(std::distance(fs::directory_iterator(root_ + "/x/y"), fs::directory_iterator()), 1);
-  EXPECT_EQ(fs::status(root_ + "/x").permissions() & fs::perms::all, fs::perms::owner_all);
+  const std::string file = root_ + "/f";
+  const struct {
+    FileManager::SyncPolicy policy;
+    std::vector<std::string> steps;
+  } cases[] = {
+      {FileManager::SyncPolicy::none, {"rename"}},
+      {FileManager::SyncPolicy::durable, {"sync file", "rename", "sync " + root_}},
+  };
+  for (const auto& c : cases) {
+    for (std::string content : {"first, longer content", "second", ""}) {
+      RecordingFileManager recording(files_);
+      recording.writeFileAtomically(file, platform::dataFromString(content), ".t-", date, c.policy);
+      EXPECT_EQ(recording.steps, c.steps);
+      const platform::FileContents read = files_.contentsOfFile(file);
+      EXPECT_EQ(platform::stringView(read.data), content);
+      EXPECT_EQ(read.attributes.modificationDate, date);
+    }
+  }
+  EXPECT_EQ(test::permissions(file), 0600u);
+  EXPECT_EQ(namesIn(root_), std::vector<std::string>{"f"});
+}
+
+TEST_F(FileManagerTest, PrivateFoldersAreNarrowedAndTreesRemoved) {
+  files_.createPrivateDirectory(root_ + "/x/y");
+  EXPECT_EQ(test::permissions(root_ + "/x"), 0700u);
+  fs::permissions(root_ + "/x/y", fs::perms::all);
+  files_.createPrivateDirectory(root_ + "/x/y");
+  EXPECT_EQ(test::permissions(root_ + "/x/y"), 0700u);
+  std::ofstream(root_ + "/x/y/f") << "f";
   files_.removeItem(root_ + "/x");
   EXPECT_FALSE(files_.fileExists(root_ + "/x"));
 }
 
 }  // namespace
-
 }  // namespace aurimo

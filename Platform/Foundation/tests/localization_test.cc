@@ -5,12 +5,10 @@
 #include <clocale>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <map>
-#include <memory>
-#include <string>
-#include <unistd.h>
+
+#include "testing/temporary_directory.h"
 
 namespace aurimo::platform {
 namespace {
@@ -41,52 +39,39 @@ void writeCatalogue(const std::filesystem::path& path, std::map<std::string, std
   std::ofstream(path, std::ios::binary) << file << idEntries << strEntries << blob;
 }
 
-class Localization : public testing::Test {
- protected:
-  void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() / ("aurimo-l10n-" + std::to_string(getpid()));
-    writeCatalogue(dir_ / "de/LC_MESSAGES/aurimo-l10n-test.mo",
-                   {{"OK", "OK"}, {"Cancel", "Abbrechen"}, {kRunner, "Verpass es nicht! \xF0\x9F\x8F\x83\xE2\x80\x8D\xE2\x9E\xA1\xEF\xB8\x8F"}});
-    writeCatalogue(dir_ / "de/LC_MESSAGES/aurimo-l10n-test-Alerts.mo", {{"Cancel", "Lieber nicht"}});
-    bundle_ = std::make_shared<Bundle>("aurimo-l10n-test", dir_);
+// Switches the process to German messages for the scope.
+struct German {
+  std::string previousLocale = std::setlocale(LC_MESSAGES, nullptr);
+  German() {
+    setenv("LANGUAGE", "de", 1);
+    std::setlocale(LC_MESSAGES, "C.UTF-8");
   }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-
-  // Switches the process to German messages for the scope.
-  struct German {
-    std::string previousLocale = std::setlocale(LC_MESSAGES, nullptr);
-    German() {
-      setenv("LANGUAGE", "de", 1);
-      std::setlocale(LC_MESSAGES, "C.UTF-8");
-    }
-    ~German() {
-      unsetenv("LANGUAGE");
-      std::setlocale(LC_MESSAGES, previousLocale.c_str());
-    }
-  };
-
-  std::filesystem::path dir_;
-  std::shared_ptr<Bundle> bundle_;
+  ~German() {
+    unsetenv("LANGUAGE");
+    std::setlocale(LC_MESSAGES, previousLocale.c_str());
+  }
 };
 
-TEST_F(Localization, UntranslatedKeysShowThemselvesByteForByte) {
-  ScopedReplacement pin(Bundle::mainSlot(), bundle_);
-  for (const std::string& key : {kRunner, kMoneyBag, std::string("Error Info")}) {
+TEST(Localization, TranslatesThroughTheMainBundleAndTablesAndOtherwiseShowsTheKeyByteForByte) {
+  test::TemporaryDirectory tmp;
+  const std::string runnerInGerman = "Verpass es nicht! \xF0\x9F\x8F\x83\xE2\x80\x8D\xE2\x9E\xA1\xEF\xB8\x8F";
+  writeCatalogue(tmp.path() / "de/LC_MESSAGES/aurimo-l10n-test.mo",
+                 {{"OK", "OK"}, {"Cancel", "Abbrechen"}, {kRunner, runnerInGerman}});
+  writeCatalogue(tmp.path() / "de/LC_MESSAGES/aurimo-l10n-test-Alerts.mo", {{"Cancel", "Lieber nicht"}});
+  const auto bundle = std::make_shared<Bundle>("aurimo-l10n-test", tmp.path());
+  ScopedReplacement pin(Bundle::mainSlot(), bundle);
+  for (const std::string& key : {kRunner, kMoneyBag, std::string("Error Info"), std::string("Cancel")}) {
     EXPECT_EQ(NSLocalizedString(key, "comment"), key);
   }
-  EXPECT_EQ(bundle_->localizedString("Missing", "Fallback", std::nullopt), "Fallback");
-  EXPECT_EQ(bundle_->localizedString("", "", std::nullopt), "");
-}
+  EXPECT_EQ(bundle->localizedString("Missing", "Fallback", std::nullopt), "Fallback");
+  EXPECT_EQ(bundle->localizedString("", "", std::nullopt), "");
 
-TEST_F(Localization, TranslatesThroughTheMainBundleAndTables) {
-  ScopedReplacement pin(Bundle::mainSlot(), bundle_);
   German german;
   EXPECT_EQ(NSLocalizedString("Cancel", ""), "Abbrechen");
-  EXPECT_EQ(NSLocalizedString(kRunner, "comment"),
-            "Verpass es nicht! \xF0\x9F\x8F\x83\xE2\x80\x8D\xE2\x9E\xA1\xEF\xB8\x8F");
+  EXPECT_EQ(NSLocalizedString(kRunner, "comment"), runnerInGerman);
   EXPECT_EQ(NSLocalizedString(kMoneyBag, ""), kMoneyBag);
-  EXPECT_EQ(NSLocalizedString("Cancel", "Alerts", *bundle_, "", ""), "Lieber nicht");
-  EXPECT_EQ(NSLocalizedString("OK", "Alerts", *bundle_, "Okay", ""), "Okay");
+  EXPECT_EQ(NSLocalizedString("Cancel", "Alerts", *bundle, "", ""), "Lieber nicht");
+  EXPECT_EQ(NSLocalizedString("OK", "Alerts", *bundle, "Okay", ""), "Okay");
   // The catalogue's header is never handed out for an empty key.
   EXPECT_EQ(NSLocalizedString("", ""), "");
 }

@@ -69,20 +69,16 @@ TEST(URLComponents, BuildsPercentEncodedURLs) {
   ASSERT_TRUE(support.url());
   EXPECT_EQ(URLComponents::fromURL(*support.url(), true)->queryItems(), support.queryItems());
 
-  URLComponents ipv6;
-  ipv6.setScheme("http");
-  ipv6.setHost("::1");
-  ipv6.setPort(8080);
-  EXPECT_EQ(ipv6.string(), "http://[::1]:8080");
-
-  URLComponents hostWithRelativePath;
-  hostWithRelativePath.setHost("h");
-  hostWithRelativePath.setPath("relative");
-  EXPECT_EQ(hostWithRelativePath.url(), std::nullopt);
-
-  URLComponents badScheme;
-  badScheme.setScheme("1http");
-  EXPECT_EQ(badScheme.url(), std::nullopt);
+  // The text of what `setUp` builds, nullopt when that is no valid URL.
+  const auto built = [](void (*setUp)(URLComponents&)) {
+    URLComponents parts;
+    setUp(parts);
+    return parts.url() ? parts.string() : std::nullopt;
+  };
+  EXPECT_EQ(built([](URLComponents& p) { p.setScheme("http"); p.setHost("::1"); p.setPort(8080); }),
+            "http://[::1]:8080");
+  EXPECT_EQ(built([](URLComponents& p) { p.setHost("h"); p.setPath("relative"); }), std::nullopt);
+  EXPECT_EQ(built([](URLComponents& p) { p.setScheme("1http"); }), std::nullopt);
 
   support.setQueryItems(std::nullopt);
   EXPECT_EQ(support.string(), "https://support.aurimo.app/contact%20us");

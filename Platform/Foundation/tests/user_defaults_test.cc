@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <limits>
 
 #include "platform/directories.h"
-#include "testing/temporary_directory.h"
 #include "testing/fake_clock.h"
+#include "testing/temporary_directory.h"
 
 namespace aurimo {
 namespace {
@@ -15,23 +14,17 @@ namespace {
 using platform::Data;
 using platform::UserDefaults;
 
+// Which files are unusable, and failing disks: Platform/tests/persistence_test.cc.
 class UserDefaultsTest : public ::testing::Test {
  protected:
   test::TemporaryDirectory tmp_;
   std::filesystem::path settings_ = tmp_.path() / "settings";
   std::filesystem::path file_ = settings_ / "user-defaults.json";
-  std::shared_ptr<test::FakeClock> clock_ =
-      std::make_shared<test::FakeClock>(platform::dateFromUnixSeconds(1'700'000'000));
-  platform::ScopedReplacement<platform::Clock> pinClock_{platform::Clock::slot(), clock_};
+  platform::ScopedReplacement<platform::Clock> pinClock_{platform::Clock::slot(), std::make_shared<test::FakeClock>()};
   platform::ScopedReplacement<platform::Directories> pinDirectories_{
       platform::Directories::slot(),
       std::make_shared<platform::Directories>(platform::Directories::Locations{
           settings_, settings_, tmp_.path() / "caches", tmp_.path() / "pictures"})};
-
-  void writeRaw(const std::string& text) {
-    std::filesystem::create_directories(settings_);
-    std::ofstream(file_) << text;
-  }
 };
 
 TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheFileWithTheirTypes) {
@@ -46,6 +39,8 @@ TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheFileWithTheirTypes) {
     defaults.set(allBytes, "data");
     // Every padding length of the base64 form.
     for (std::size_t size = 0; size < 4; ++size) defaults.set(Data(size, 0xFF), "data" + std::to_string(size));
+    defaults.set(3, "removed");
+    defaults.removeObjectForKey("removed");
   }
   UserDefaults reloaded(file_);
   EXPECT_TRUE(reloaded.boolForKey("bool"));
@@ -57,28 +52,15 @@ TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheFileWithTheirTypes) {
   for (std::size_t size = 0; size < 4; ++size) {
     EXPECT_EQ(reloaded.dataForKey("data" + std::to_string(size)), Data(size, 0xFF));
   }
+  EXPECT_EQ(reloaded.objectForKey("removed"), std::nullopt);
   EXPECT_EQ(test::permissions(file_), 0600u);
   EXPECT_EQ(test::permissions(settings_), 0700u);
-}
-
-TEST_F(UserDefaultsTest, MissingKeysReadAsDefaultsAndRemovalPersists) {
-  UserDefaults defaults(file_);
-  EXPECT_FALSE(defaults.boolForKey("missing"));
-  EXPECT_EQ(defaults.integerForKey("missing"), 0);
-  EXPECT_EQ(defaults.doubleForKey("missing"), 0.0);
-  EXPECT_EQ(defaults.stringForKey("missing"), std::nullopt);
-  EXPECT_EQ(defaults.dataForKey("missing"), std::nullopt);
-  EXPECT_FALSE(std::filesystem::exists(file_));  // reading never creates the file
-
-  defaults.set(3, "count");
-  defaults.removeObjectForKey("count");
-  EXPECT_EQ(UserDefaults(file_).objectForKey("count"), std::nullopt);
 }
 
 TEST_F(UserDefaultsTest, ReadersConvertBetweenScalarTypes) {
   UserDefaults defaults;
   struct Case {
-    nlohmann::json stored;
+    nlohmann::json stored;  // null: a missing key
     bool asBool;
     std::int64_t asInteger;
     double asDouble;
@@ -90,6 +72,7 @@ TEST_F(UserDefaultsTest, ReadersConvertBetweenScalarTypes) {
       {"YES", true, 0, 0.0, "YES"},
       {"99999999999999999999", true, std::numeric_limits<std::int64_t>::max(), 1e20, "99999999999999999999"},
       {nlohmann::json::array({1}), false, 0, 0.0, std::nullopt},
+      {nullptr, false, 0, 0.0, std::nullopt},
   };
   for (const Case& c : cases) {
     defaults.setObject(c.stored, "key");
@@ -98,41 +81,15 @@ TEST_F(UserDefaultsTest, ReadersConvertBetweenScalarTypes) {
     EXPECT_EQ(defaults.integerForKey("key"), c.asInteger);
     EXPECT_EQ(defaults.doubleForKey("key"), c.asDouble);
     EXPECT_EQ(defaults.stringForKey("key"), c.asString);
-  }
-}
-
-TEST_F(UserDefaultsTest, UnusableFileIsMovedAsideReportedOnceAndReplaced) {
-  const char* contents[] = {"{not json", "[1, 2]", R"({"d": {"$base64": "%%%"}})"};
-  for (const char* content : contents) {
-    SCOPED_TRACE(content);
-    clock_->advance(1);
-    writeRaw(content);
-    const auto aside = settings_.string() + "/user-defaults.json.corrupt-" +
-                       std::to_string(static_cast<long long>(platform::unixSeconds(clock_->now())));
-
-    ::testing::internal::CaptureStderr();
-    UserDefaults defaults(file_);
-    std::string report = ::testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 1) << report;
-    EXPECT_NE(report.find(aside), std::string::npos) << report;
-
-    EXPECT_EQ(defaults.objectForKey("d"), std::nullopt);
-    EXPECT_FALSE(std::filesystem::exists(file_));
-    std::ifstream kept(aside);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), content);
-
-    defaults.set(1, "fresh");
-    EXPECT_EQ(UserDefaults(file_).integerForKey("fresh"), 1);
+    EXPECT_EQ(defaults.dataForKey("key"), std::nullopt);
   }
 }
 
 TEST_F(UserDefaultsTest, StandardStoreLivesInTheSettingsDirectory) {
   platform::ScopedReplacement<UserDefaults> fresh(UserDefaults::slot(), nullptr);
   UserDefaults::standard().set("yes", "flag");
-  EXPECT_EQ(UserDefaults::standard().file(), file_);
   EXPECT_EQ(UserDefaults(file_).stringForKey("flag"), "yes");
 }
 
 }  // namespace
-
 }  // namespace aurimo

@@ -1,6 +1,5 @@
 #include "platform/ph_photo_library.h"
 
-#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -9,14 +8,11 @@
 #include <mutex>
 #include <set>
 #include <string>
-#include <fcntl.h>
-#include <unistd.h>
 #include <vector>
 
 #include "authorization_store.h"
 #include "change_transaction.h"
 #include "image_format.h"
-#include "platform/atomic_file.h"
 #include "platform/clock.h"
 #include "platform/directories.h"
 #include "platform/localization.h"
@@ -26,9 +22,9 @@ namespace {
 
 using Code = PHPhotosError::Code;
 
-PHPhotosError fileFailure(const FileError& error) {
-  bool full = error.errnoValue == ENOSPC || error.errnoValue == EDQUOT;
-  return {full ? Code::notEnoughSpace : Code::internalError, error.message()};
+PHPhotosError fileFailure(const std::filesystem::filesystem_error& error) {
+  bool full = error.code().value() == ENOSPC || error.code().value() == EDQUOT;
+  return {full ? Code::notEnoughSpace : Code::internalError, fileErrorMessage(error)};
 }
 
 // "IMG_20261122_031500_123", from `date` in UTC.
@@ -57,40 +53,36 @@ std::string extensionFor(const PHAssetCreationRequest::Resource& photo) {
 }
 
 // The suffixes that files named "<stem>_<n>.<any extension>" in `folder` already use.
-std::set<int> suffixesInUse(const std::filesystem::path& folder, const std::string& stem) {
+std::set<int> suffixesInUse(FileManager& files, const std::filesystem::path& folder, const std::string& stem) {
   std::set<int> used;
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-    std::string name = entry.path().filename().string();
-    if (name.size() <= stem.size() + 1 || name.compare(0, stem.size() + 1, stem + "_") != 0) continue;
-    std::size_t end = name.find('.', stem.size() + 1);
-    if (end == std::string::npos) continue;
-    int suffix = 0;
-    auto [stop, parsed] = std::from_chars(name.data() + stem.size() + 1, name.data() + end, suffix);
-    if (parsed == std::errc() && stop == name.data() + end) used.insert(suffix);
-  }
+  const std::string prefix = stem + "_";
+  (void)files.enumerateDirectory(
+      folder, [&](std::string_view name) { return name.starts_with(prefix); },
+      [&](const DirectoryEntry& entry) {
+        const std::string_view name = entry.name;
+        const std::size_t end = name.find('.', prefix.size());
+        if (entry.attributes.isDirectory() || end == std::string_view::npos) return;
+        int suffix = 0;
+        auto [stop, parsed] = std::from_chars(name.data() + prefix.size(), name.data() + end, suffix);
+        if (parsed == std::errc() && stop == name.data() + end) used.insert(suffix);
+      });
   return used;
 }
 
 // Moves `staging` to "<stem>_<n>.<extension>" with the first n that no photo of any
 // format uses; never replaces a file, even one another process made a moment ago.
-std::optional<std::filesystem::path> claimName(const std::filesystem::path& staging,
-                                               const std::filesystem::path& folder, const std::string& stem,
-                                               const std::string& extension, std::optional<FileError>& failure) {
-  const std::set<int> used = suffixesInUse(folder, stem);
+std::string claimName(FileManager& files, const std::string& staging, const std::filesystem::path& folder,
+                      const std::string& stem, const std::string& extension) {
+  const std::set<int> used = suffixesInUse(files, folder, stem);
   for (int suffix = 1;; ++suffix) {
     if (used.contains(suffix)) continue;
-    std::filesystem::path target = folder / (stem + "_" + std::to_string(suffix) + "." + extension);
-    if (::renameat2(AT_FDCWD, staging.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) return target;
-    if (errno == EEXIST) continue;
-    if (errno == EINVAL || errno == ENOSYS) {
-      // A file system without no-replace renames: check first, as well as it can be done.
-      std::error_code ignored;
-      if (std::filesystem::exists(target, ignored)) continue;
-      if (::rename(staging.c_str(), target.c_str()) == 0) return target;
+    const std::string target = (folder / (stem + "_" + std::to_string(suffix) + "." + extension)).string();
+    try {
+      files.moveItem(staging, target);
+      return target;
+    } catch (const std::filesystem::filesystem_error& error) {
+      if (error.code().value() != EEXIST) throw;
     }
-    failure = FileError{"rename", target, errno};
-    return std::nullopt;
   }
 }
 
@@ -138,12 +130,17 @@ std::optional<PHAuthorizationStatus> statusChosen(const Presentation& question, 
 
 struct PHPhotoLibrary::State {
   State(const std::filesystem::path& stateDirectory, const std::filesystem::path& picturesDirectory,
-        std::shared_ptr<Person> person)
-      : store(stateDirectory / kStateFileName), assets(picturesDirectory / kAppFolder), person(std::move(person)) {}
+        std::shared_ptr<Person> person, FileManager& files)
+      : files(files),
+        store(stateDirectory / kStateFileName, files),
+        assets(picturesDirectory / kAppFolder),
+        person(std::move(person)) {}
 
   PHAuthorizationStatus resolve(PHAccessLevel level);
   std::optional<PHPhotosError> commit(const internal::ChangeTransaction& transaction);
+  void removeQuietly(const std::string& path);
 
+  FileManager& files;
   internal::AuthorizationStore store;
   const std::filesystem::path assets;
   const std::shared_ptr<Person> person;
@@ -157,8 +154,10 @@ PHAuthorizationStatus PHPhotoLibrary::State::resolve(PHAccessLevel level) {
   const Presentation question = permissionQuestion(level);
   std::optional<PHAuthorizationStatus> answer = statusChosen(question, person->ask(question));
   if (!answer) return status;
-  if (auto error = store.set(level, *answer)) {
-    std::fprintf(stderr, "aurimo: could not keep the photo library decision: %s\n", error->message().c_str());
+  try {
+    store.set(level, *answer);
+  } catch (const std::filesystem::filesystem_error& error) {
+    std::fprintf(stderr, "aurimo: could not keep the photo library decision: %s\n", fileErrorMessage(error).c_str());
   }
   return *answer;
 }
@@ -168,34 +167,38 @@ std::optional<PHPhotosError> PHPhotoLibrary::State::commit(const internal::Chang
   if (auto invalid = validate(transaction)) return invalid;
   if (transaction.creationRequests().empty()) return std::nullopt;
 
-  if (std::error_code error = Directories::createPrivateDirectory(assets)) {
-    return fileFailure(FileError{"mkdir", assets, error.value()});
-  }
-  static std::atomic<unsigned long> stagingCounter{0};
   const std::string stem = nameStem(Clock::current().now());
-  std::vector<std::filesystem::path> written;
-  std::optional<FileError> failure;
-  for (const auto& request : transaction.creationRequests()) {
-    const auto& photo = request->resources().front();
-    std::filesystem::path staging =
-        assets / (".staging-" + std::to_string(::getpid()) + "-" + std::to_string(++stagingCounter));
-    failure = writeFileAtomically(staging, photo.data);
-    if (!failure) {
-      if (auto path = claimName(staging, assets, stem, extensionFor(photo), failure)) written.push_back(*path);
+  std::vector<std::string> written;
+  try {
+    files.createPrivateDirectory(assets);
+    for (const auto& request : transaction.creationRequests()) {
+      const auto& photo = request->resources().front();
+      WritableFile file = files.createTemporaryFile(assets, ".staging-");
+      const std::string staging = file.path();
+      try {
+        files.write(file, photo.data);
+        files.syncFile(file);
+        files.closeFile(file);
+        written.push_back(claimName(files, staging, assets, stem, extensionFor(photo)));
+      } catch (const std::filesystem::filesystem_error&) {
+        removeQuietly(staging);
+        throw;
+      }
     }
-    if (failure) {
-      std::error_code ignored;
-      std::filesystem::remove(staging, ignored);
-      break;
-    }
+    return std::nullopt;
+  } catch (const std::filesystem::filesystem_error& error) {
+    // All or nothing: take back the assets this change already added.
+    for (const auto& path : written) removeQuietly(path);
+    return fileFailure(error);
   }
-  if (!failure) return std::nullopt;
-  // All or nothing: take back the assets this change already added.
-  for (const auto& path : written) {
-    std::error_code ignored;
-    std::filesystem::remove(path, ignored);
+}
+
+void PHPhotoLibrary::State::removeQuietly(const std::string& path) {
+  try {
+    files.removeItem(path);
+  } catch (const std::filesystem::filesystem_error&) {
+    // Gone already, or the disk is failing; the first error is the one to report.
   }
-  return fileFailure(*failure);
 }
 
 Replaceable<PHPhotoLibrary>& PHPhotoLibrary::slot() {
@@ -206,8 +209,8 @@ Replaceable<PHPhotoLibrary>& PHPhotoLibrary::slot() {
 
 PHPhotoLibrary::PHPhotoLibrary(const std::filesystem::path& stateDirectory,
                                const std::filesystem::path& picturesDirectory,
-                               std::shared_ptr<Person> person)
-    : state_(std::make_shared<State>(stateDirectory, picturesDirectory, std::move(person))),
+                               std::shared_ptr<Person> person, FileManager& files)
+    : state_(std::make_shared<State>(stateDirectory, picturesDirectory, std::move(person), files)),
       changeQueue_("Photos.PHPhotoLibrary.ChangeQueue") {
   if (!state_->person) {
     std::fprintf(stderr, "PHPhotoLibrary needs a person to ask\n");
@@ -215,9 +218,9 @@ PHPhotoLibrary::PHPhotoLibrary(const std::filesystem::path& stateDirectory,
   }
 }
 
-PHPhotoLibrary::PHPhotoLibrary(std::shared_ptr<Person> person)
+PHPhotoLibrary::PHPhotoLibrary(std::shared_ptr<Person> person, FileManager& files)
     : PHPhotoLibrary(Directories::current().stateDirectory(), Directories::current().picturesDirectory(),
-                     std::move(person)) {}
+                     std::move(person), files) {}
 
 PHPhotoLibrary::~PHPhotoLibrary() = default;
 
@@ -245,7 +248,11 @@ void PHPhotoLibrary::requestAuthorizationOf(PHAccessLevel level, AuthorizationHa
 
 std::optional<PHPhotosError> PHPhotoLibrary::setAuthorizationStatus(PHAccessLevel level,
                                                                     PHAuthorizationStatus status) {
-  if (auto error = state_->store.set(level, status)) return fileFailure(*error);
+  try {
+    state_->store.set(level, status);
+  } catch (const std::filesystem::filesystem_error& error) {
+    return fileFailure(error);
+  }
   return std::nullopt;
 }
 

@@ -4,11 +4,11 @@
 
 #include <future>
 #include <string>
-#include <sys/stat.h>
 #include <thread>
 
-#include "platform/atomic_file.h"
+#include "platform/file_manager.h"
 #include "testing/photo_library_environment.h"
+#include "testing/temporary_directory.h"
 
 namespace aurimo::platform {
 namespace {
@@ -23,12 +23,6 @@ const Data kPng{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 0x0D};
 Data ftyp(std::string brands) {
   std::string box = "\0\0\0"s + static_cast<char>(8 + brands.size()) + "ftyp" + brands;
   return Data(box.begin(), box.end());
-}
-
-unsigned mode(const std::filesystem::path& path) {
-  struct stat info{};
-  ::stat(path.c_str(), &info);
-  return info.st_mode & 0777;
 }
 
 // Requests authorization and waits for the handler; checks it ran on another thread.
@@ -144,9 +138,9 @@ TEST(PhotoLibraryChanges, SavesTheBytesUnchangedUnderANameForTheirFormat) {
     ASSERT_EQ(env.savedPhotos().size(), 1u);
     const std::filesystem::path photo = env.savedPhotos().front();
     EXPECT_EQ(photo.filename(), std::string("IMG_20231114_221320_123_1.") + c.extension);
-    EXPECT_EQ(readFile(photo).data, c.bytes);
-    EXPECT_EQ(mode(photo), 0600u);
-    EXPECT_EQ(mode(env.assetsDirectory()), 0700u);
+    EXPECT_EQ(FileManager::defaultManager().contentsOfFile(photo).data, c.bytes);
+    EXPECT_EQ(test::permissions(photo), 0600u);
+    EXPECT_EQ(test::permissions(env.assetsDirectory()), 0700u);
   }
 }
 
@@ -194,7 +188,37 @@ TEST(PhotoLibraryChanges, NamesStayUniqueWithinOneMillisecond) {
   for (const auto& photo : env.savedPhotos()) names.push_back(photo.filename().string());
   EXPECT_EQ(names, (std::vector<std::string>{"IMG_20231114_221320_000_1.jpg", "IMG_20231114_221320_000_2.png",
                                              "IMG_20231114_221320_000_3.jpg", "IMG_20231114_221320_000_4.jpg"}));
-  EXPECT_EQ(readFile(env.assetsDirectory() / names[1]).data, kPng);
+  EXPECT_EQ(FileManager::defaultManager().contentsOfFile(env.assetsDirectory() / names[1]).data, kPng);
+}
+
+// Lets the first `claims` photos take their names, then fails the next with `error`.
+struct FailingClaims final : FileManagerWrapper {
+  FailingClaims(int claims, int error) : FileManagerWrapper(FileManager::defaultManager()), claims(claims), error(error) {}
+  void moveItem(const std::string& from, const std::string& to) override {
+    if (claims-- <= 0) throwFileError("rename", to, error);
+    FileManagerWrapper::moveItem(from, to);
+  }
+  int claims, error;
+};
+
+TEST(PhotoLibraryChanges, AFailingDiskTakesBackTheWholeChange) {
+  const struct {
+    int claims, error;
+    Code code;
+  } cases[] = {{0, EIO, Code::internalError}, {1, ENOSPC, Code::notEnoughSpace}, {1, EDQUOT, Code::notEnoughSpace}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.error);
+    FailingClaims files(c.claims, c.error);
+    test::PhotoLibraryEnvironment env;
+    env.restartLibrary(files);
+    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
+
+    Outcome outcome = save({kJpeg, kPng});
+
+    EXPECT_FALSE(outcome.success);
+    EXPECT_EQ(outcome.error ? std::optional(outcome.error->code) : std::nullopt, c.code);
+    EXPECT_TRUE(env.savedPhotos().empty()) << "nor any staging file";
+  }
 }
 
 TEST(PhotoLibraryChanges, AnInvalidRequestFailsTheWholeChange) {

@@ -7,10 +7,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/atomic_file.h"
 #include "platform/directories.h"
 #include "platform/dispatch_queue.h"
 #include "platform/localization.h"
+#include "platform/state_file.h"
 #include "request_coding.h"
 
 namespace aurimo::platform {
@@ -43,12 +43,13 @@ void completeLater(F&& block) {
 }  // namespace
 
 struct UNUserNotificationCenter::State {
-  State(std::filesystem::path directory, std::shared_ptr<Person> person)
-      : directory(std::move(directory)), file(this->directory / "user_notifications.json"), person(std::move(person)) {}
+  State(const std::filesystem::path& directory, std::shared_ptr<Person> person,
+        FileManager& files)
+      : file(directory / "user_notifications.json"), person(std::move(person)), files(files) {}
 
-  const std::filesystem::path directory;
   const std::filesystem::path file;
   const std::shared_ptr<Person> person;
+  FileManager& files;
   // One permission question at a time, as the system's modal prompt.
   DispatchQueue promptQueue{"UNUserNotificationCenter.prompt"};
 
@@ -65,40 +66,29 @@ struct UNUserNotificationCenter::State {
 
   // Requires mutex.
   std::optional<UNError> save() const {
-    if (std::error_code error = Directories::createPrivateDirectory(directory)) {
-      return UNError{UNError::Code::storageFailed, "create " + directory.string() + ": " + error.message()};
-    }
-    const std::string text = internal::encodeState(status, pending).dump(2);
-    if (auto error = writeFileAtomically(file, dataFromString(text))) {
-      return UNError{UNError::Code::storageFailed, error->message()};
+    try {
+      saveStateFile(files, file, internal::encodeState(status, pending).dump(2));
+    } catch (const std::filesystem::filesystem_error& error) {
+      return UNError{UNError::Code::storageFailed, fileErrorMessage(error)};
     }
     return std::nullopt;
   }
 
-  // A damaged file is moved aside (and said so) rather than overwritten.
   void load() {
-    ReadFileResult read = readFile(file);
-    if (!read) {
-      if (!read.error->isNotFound()) {
-        std::fprintf(stderr, "UNUserNotificationCenter: %s\n", read.error->message().c_str());
-      }
-      return;
-    }
-    if (internal::decodeState(stringView(*read.data), status, pending)) return;
-    status = UNAuthorizationStatus::notDetermined;
-    pending.clear();
-    std::filesystem::path aside = file;
-    aside += ".corrupt";
-    std::error_code error;
-    std::filesystem::rename(file, aside, error);
-    std::fprintf(stderr, "UNUserNotificationCenter: %s is damaged; moved it to %s%s%s\n", file.c_str(),
-                 aside.c_str(), error ? ": " : "", error ? error.message().c_str() : "");
+    loadStateFile(files, file, "notification state", "no pending requests, permission undetermined",
+                  [this](std::string_view text) -> std::string {
+                    if (internal::decodeState(text, status, pending)) return {};
+                    status = UNAuthorizationStatus::notDetermined;
+                    pending.clear();
+                    return "not a saved notification state";
+                  });
   }
 };
 
 UNUserNotificationCenter::UNUserNotificationCenter(std::filesystem::path stateDirectory,
-                                                   std::shared_ptr<Person> person)
-    : state_(std::make_shared<State>(std::move(stateDirectory), std::move(person))) {
+                                                   std::shared_ptr<Person> person,
+                                                   FileManager& files)
+    : state_(std::make_shared<State>(stateDirectory, std::move(person), files)) {
   if (!state_->person) {
     std::fprintf(stderr, "UNUserNotificationCenter: a person to ask is required\n");
     std::abort();

@@ -14,6 +14,7 @@
 
 #include "testing/fake_clock.h"
 #include "testing/scripted_person.h"
+#include "testing/temporary_directory.h"
 
 namespace aurimo::platform {
 namespace {
@@ -57,15 +58,9 @@ std::vector<std::string> identifiers(const std::vector<UNNotificationRequest>& r
   return ids;
 }
 
+// Damaged state files and failing disks: Platform/tests/persistence_test.cc.
 class UserNotificationCenter : public testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() /
-           ("aurimo-un-" + std::to_string(getpid()) + "-" + testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::remove_all(dir_);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-
   std::unique_ptr<UNUserNotificationCenter> makeCenter() {
     return std::make_unique<UNUserNotificationCenter>(dir_, person_);
   }
@@ -83,7 +78,8 @@ class UserNotificationCenter : public testing::Test {
   ScopedReplacement<Clock> pinClock_{Clock::slot(), clock_};
   ScopedReplacement<TimeZone> pinZone_{TimeZone::slot(), std::make_shared<TimeZone>(*TimeZone::named("Europe/Berlin"))};
   std::shared_ptr<ScriptedPerson> person_ = std::make_shared<ScriptedPerson>();
-  std::filesystem::path dir_;
+  test::TemporaryDirectory tmp_;
+  std::filesystem::path dir_ = tmp_.path() / "state";
 };
 
 TEST_F(UserNotificationCenter, PendingRequestsAndStatusSurviveARestart) {
@@ -219,13 +215,6 @@ TEST_F(UserNotificationCenter, HoldsTheDelegateWeakly) {
   await<>([&](auto done) { center->openNotification({notification}, done); });
 }
 
-TEST_F(UserNotificationCenter, MovesADamagedStateFileAside) {
-  std::filesystem::create_directories(dir_);
-  std::ofstream(dir_ / "user_notifications.json") << "{\"authorizationStatus\": 2, \"pendingRequests\": [{";
-  auto center = makeCenter();
-  EXPECT_EQ(status(*center), Status::notDetermined);
-  EXPECT_TRUE(std::filesystem::exists(dir_ / "user_notifications.json.corrupt"));
-}
 
 }  // namespace
 }  // namespace aurimo::platform

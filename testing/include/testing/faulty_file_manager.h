@@ -19,10 +19,10 @@
 
 namespace aurimo::test {
 
-class FaultyFileManager : public platform::FileManager {
+class FaultyFileManager : public platform::FileManagerWrapper {
  public:
   explicit FaultyFileManager(platform::FileManager& base = platform::FileManager::defaultManager())
-      : base_(base) {}
+      : FileManagerWrapper(base) {}
 
   void failWritesWithDiskFull(bool on) { diskFull_ = on; }
   void denyPermission(bool on) { permissionDenied_ = on; }
@@ -30,60 +30,62 @@ class FaultyFileManager : public platform::FileManager {
   void dropModificationDates(bool on) { dropDates_ = on; }
   int injectedFaults() const { return injected_.load(); }
 
-  std::string cachesDirectory() override { return base_.cachesDirectory(); }
-  bool fileExists(const std::string& path) override { return base_.fileExists(path); }
   void createDirectory(const std::string& path, bool withIntermediateDirectories) override {
     denyIfAsked("mkdir", path);
-    base_.createDirectory(path, withIntermediateDirectories);
+    FileManagerWrapper::createDirectory(path, withIntermediateDirectories);
   }
   void removeItem(const std::string& path) override {
     denyIfAsked("unlink", path);
-    base_.removeItem(path);
+    FileManagerWrapper::removeItem(path);
   }
   void renameItem(const std::string& from, const std::string& to) override {
-    denyIfAsked("rename", to);
-    if (failRenames_) inject("rename", to, EIO);
-    base_.renameItem(from, to);
+    failRenameIfAsked(to);
+    FileManagerWrapper::renameItem(from, to);
+  }
+  void moveItem(const std::string& from, const std::string& to) override {
+    failRenameIfAsked(to);
+    FileManagerWrapper::moveItem(from, to);
+  }
+  void setPermissions(const std::string& path, unsigned mode) override {
+    denyIfAsked("chmod", path);
+    FileManagerWrapper::setPermissions(path, mode);
   }
   platform::FileContents contentsOfFile(const std::string& path) override {
     denyIfAsked("open", path);
-    platform::FileContents contents = base_.contentsOfFile(path);
+    platform::FileContents contents = FileManagerWrapper::contentsOfFile(path);
     if (dropDates_) contents.attributes.modificationDate.reset();
     return contents;
   }
   platform::FileAttributes attributesOfItem(const std::string& path) override {
     denyIfAsked("stat", path);
-    platform::FileAttributes attributes = base_.attributesOfItem(path);
+    platform::FileAttributes attributes = FileManagerWrapper::attributesOfItem(path);
     if (dropDates_) attributes.modificationDate.reset();
     return attributes;
   }
   void setModificationDate(const std::string& path, platform::Date date) override {
     denyIfAsked("utimensat", path);
-    base_.setModificationDate(path, date);
+    FileManagerWrapper::setModificationDate(path, date);
   }
+  using FileManagerWrapper::setModificationDate;
   platform::WritableFile createTemporaryFile(const std::string& directory, std::string_view namePrefix) override {
     denyIfAsked("open", directory);
-    return base_.createTemporaryFile(directory, namePrefix);
+    return FileManagerWrapper::createTemporaryFile(directory, namePrefix);
   }
   void write(platform::WritableFile& file, std::span<const std::uint8_t> bytes) override {
     if (diskFull_) {
-      base_.write(file, bytes.first(bytes.size() / 2));
+      FileManagerWrapper::write(file, bytes.first(bytes.size() / 2));
       inject("write", file.path(), ENOSPC);
     }
-    base_.write(file, bytes);
+    FileManagerWrapper::write(file, bytes);
   }
-  void setModificationDate(platform::WritableFile& file, platform::Date date) override {
-    base_.setModificationDate(file, date);
-  }
-  void closeFile(platform::WritableFile& file) override { base_.closeFile(file); }
   [[nodiscard]] bool enumerateDirectory(const std::string& path, const NameFilter& include,
                                         const EntryVisitor& visit) override {
     if (permissionDenied_) {
       ++injected_;
       return false;
     }
-    if (!dropDates_) return base_.enumerateDirectory(path, include, visit);
-    return base_.enumerateDirectory(path, include, [&](const platform::DirectoryEntry& entry) {
+    if (!dropDates_) return FileManagerWrapper::enumerateDirectory(path, include, visit);
+    return FileManagerWrapper::enumerateDirectory(path, include, [&](const platform::DirectoryEntry& entry) {
       platform::FileAttributes attributes = entry.attributes;
       attributes.modificationDate.reset();
       visit(platform::DirectoryEntry{entry.name, entry.path, attributes});
@@ -91,8 +93,6 @@ class FaultyFileManager : public platform::FileManager {
   }
 
  protected:
-  platform::FileManager& base() { return base_; }
-
   [[noreturn]] void inject(const char* operation, const std::string& path, int errnoValue) {
     ++injected_;
     platform::throwFileError(operation, path, errnoValue);
@@ -102,8 +102,11 @@ class FaultyFileManager : public platform::FileManager {
   void denyIfAsked(const char* operation, const std::string& path) {
     if (permissionDenied_) inject(operation, path, EACCES);
   }
+  void failRenameIfAsked(const std::string& to) {
+    denyIfAsked("rename", to);
+    if (failRenames_) inject("rename", to, EIO);
+  }
 
-  platform::FileManager& base_;
   std::atomic<bool> diskFull_{false};
   std::atomic<bool> permissionDenied_{false};
   std::atomic<bool> failRenames_{false};

@@ -45,9 +45,10 @@ class PhotoLibraryEnvironment {
   PhotoLibraryEnvironment(const PhotoLibraryEnvironment&) = delete;
   PhotoLibraryEnvironment& operator=(const PhotoLibraryEnvironment&) = delete;
 
-  // Puts a new library on the same folders in place of the shared one, as a restart would.
-  void restartLibrary() {
-    platform::PHPhotoLibrary::slot().replace(std::make_shared<platform::PHPhotoLibrary>(person));
+  // Puts a new library on the same folders in place of the shared one, as a
+  // restart would; `files` must outlive the environment.
+  void restartLibrary(platform::FileManager& files = platform::FileManager::defaultManager()) {
+    platform::PHPhotoLibrary::slot().replace(std::make_shared<platform::PHPhotoLibrary>(person, files));
   }
 
   // Waits until every change queued on the shared library so far has finished.

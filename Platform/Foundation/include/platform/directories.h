@@ -16,7 +16,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <system_error>
 
 #include "platform/replaceable.h"
 
@@ -53,10 +52,6 @@ class Directories {
   const std::filesystem::path& cachesDirectory() const { return locations_.caches; }
   const std::filesystem::path& picturesDirectory() const { return locations_.pictures; }
   const Locations& locations() const { return locations_; }
-
-  // Creates `path` and any missing parents for user data: folders it creates
-  // are 0700, and `path` itself is narrowed to 0700 when it already exists.
-  [[nodiscard]] static std::error_code createPrivateDirectory(const std::filesystem::path& path);
 
  private:
   Locations locations_;

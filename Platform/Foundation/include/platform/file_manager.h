@@ -1,9 +1,10 @@
 #pragma once
-// FileManager: the file-system service of the cache and of anything else that
-// keeps many small files. One real implementation over POSIX calls
-// (defaultManager(), replaceable in tests); wrappers such as
-// test::FaultyFileManager override single operations to inject
-// faults. Every failure is thrown as std::filesystem::filesystem_error
+// FileManager: the one file-system seam of everything that persists: the
+// cache, user defaults, the notification centre's and the photo library's
+// state. One real implementation over POSIX calls (defaultManager(),
+// replaceable in tests); a FileManagerWrapper subclass such as
+// test::FaultyFileManager overrides single operations to inject faults.
+// Every failure is thrown as a FileError, a std::filesystem::filesystem_error
 // carrying the path and errno.
 //
 // Thread contract: the real manager is stateless and safe from any thread;
@@ -75,9 +76,32 @@ class WritableFile {
   std::string path_;
 };
 
+// What every file operation throws. It also keeps the bare operation name,
+// for messages in the form the tools print.
+class FileError : public std::filesystem::filesystem_error {
+ public:
+  FileError(std::string operation, const std::string& path, int errnoValue);
+  const std::string& operation() const { return operation_; }
+  // "rename /path/to/file: Permission denied"
+  std::string message() const;
+
+ private:
+  std::string operation_;
+};
+
+[[noreturn]] void throwFileError(const char* operation, const std::string& path, int errnoValue);
+// FileError::message() for a FileError, what() for any other filesystem_error.
+std::string fileErrorMessage(const std::filesystem::filesystem_error& error);
+
 class FileManager {
  public:
   virtual ~FileManager() = default;
+
+  // How far writeFileAtomically goes to survive a power cut.
+  enum class SyncPolicy {
+    none,     // caches: losing the latest write is acceptable
+    durable,  // settings and state: fsync the file before the rename and its folder after
+  };
 
   static FileManager& defaultManager() { return slot().get(); }
   static Replaceable<FileManager>& slot();
@@ -93,6 +117,9 @@ class FileManager {
   virtual void removeItem(const std::string& path) = 0;
   // rename(2): atomically replaces `to`; both must be on one file system.
   virtual void renameItem(const std::string& from, const std::string& to) = 0;
+  // Like renameItem but never replaces: an existing `to` throws EEXIST.
+  virtual void moveItem(const std::string& from, const std::string& to) = 0;
+  virtual void setPermissions(const std::string& path, unsigned mode) = 0;
 
   // Reads the whole file and its attributes through one descriptor, so both
   // describe the same file even while a writer replaces it.
@@ -105,7 +132,11 @@ class FileManager {
   virtual WritableFile createTemporaryFile(const std::string& directory, std::string_view namePrefix) = 0;
   virtual void write(WritableFile& file, std::span<const std::uint8_t> bytes) = 0;
   virtual void setModificationDate(WritableFile& file, Date date) = 0;
+  // fsync(2): the bytes written so far survive a power cut.
+  virtual void syncFile(WritableFile& file) = 0;
   virtual void closeFile(WritableFile& file) = 0;
+  // fsync(2) of a folder: renames and removals in it survive a power cut.
+  virtual void syncDirectory(const std::string& path) = 0;
 
   // Walks `path` and its subdirectories with readdir and fstatat. Names
   // `include` rejects are neither examined nor entered. Items that vanish
@@ -117,14 +148,22 @@ class FileManager {
   [[nodiscard]] virtual bool enumerateDirectory(const std::string& path, const NameFilter& include,
                                                 const EntryVisitor& visit) = 0;
 
-  // Writes `bytes` to a temporary file beside `path` (named `temporaryPrefix`
-  // plus a random suffix), gives it `modificationDate`, then renames it over
-  // `path`: readers see the old file or the complete new one, and the date is
-  // already right when the new file appears. No fsync: this is for caches,
-  // where a lost write after a power cut is acceptable. On failure the
-  // temporary file is removed and the old file left intact.
+  // Writes `bytes` to a 0600 temporary file beside `path` (named
+  // `temporaryPrefix` plus a random suffix), gives it `modificationDate`,
+  // syncs as `policy` says, then renames it over `path`: readers see the old
+  // file or the complete new one, and the date is already right when the new
+  // file appears. On failure the temporary file is removed and the old file
+  // left intact. The folder must exist.
   void writeFileAtomically(const std::string& path, std::span<const std::uint8_t> bytes,
-                           std::string_view temporaryPrefix, std::optional<Date> modificationDate);
+                           std::string_view temporaryPrefix, std::optional<Date> modificationDate,
+                           SyncPolicy policy = SyncPolicy::none);
+  // Creates `path` and its missing parents 0700, and narrows an existing
+  // `path` to 0700, which a person or an older build may have widened.
+  void createPrivateDirectory(const std::string& path);
+  // Renames a file that could not be read or used out of the way, keeping it
+  // for inspection, as "<path>.corrupt-<unix seconds of now>" ("-2", "-3",
+  // ... when taken), and returns the new path.
+  std::string moveItemAside(const std::string& path, Date now);
 
  protected:
   FileManager() = default;
@@ -138,18 +177,55 @@ class PosixFileManager : public FileManager {
   void createDirectory(const std::string& path, bool withIntermediateDirectories) override;
   void removeItem(const std::string& path) override;
   void renameItem(const std::string& from, const std::string& to) override;
+  void moveItem(const std::string& from, const std::string& to) override;
+  void setPermissions(const std::string& path, unsigned mode) override;
   FileContents contentsOfFile(const std::string& path) override;
   FileAttributes attributesOfItem(const std::string& path) override;
   void setModificationDate(const std::string& path, Date date) override;
   WritableFile createTemporaryFile(const std::string& directory, std::string_view namePrefix) override;
   void write(WritableFile& file, std::span<const std::uint8_t> bytes) override;
   void setModificationDate(WritableFile& file, Date date) override;
+  void syncFile(WritableFile& file) override;
   void closeFile(WritableFile& file) override;
+  void syncDirectory(const std::string& path) override;
   [[nodiscard]] bool enumerateDirectory(const std::string& path, const NameFilter& include,
                                         const EntryVisitor& visit) override;
 };
 
-// The error every file operation throws: "<operation>: <strerror>" with the path and errno.
-[[noreturn]] void throwFileError(const char* operation, const std::string& path, int errnoValue);
+// Forwards every operation to `target`; derive from it to change only the
+// operations you care about. `target` must outlive the wrapper.
+class FileManagerWrapper : public FileManager {
+ public:
+  explicit FileManagerWrapper(FileManager& target) : target_(target) {}
+  FileManager& target() const { return target_; }
+
+  std::string cachesDirectory() override { return target_.cachesDirectory(); }
+  bool fileExists(const std::string& path) override { return target_.fileExists(path); }
+  void createDirectory(const std::string& path, bool withIntermediateDirectories) override {
+    target_.createDirectory(path, withIntermediateDirectories);
+  }
+  void removeItem(const std::string& path) override { target_.removeItem(path); }
+  void renameItem(const std::string& from, const std::string& to) override { target_.renameItem(from, to); }
+  void moveItem(const std::string& from, const std::string& to) override { target_.moveItem(from, to); }
+  void setPermissions(const std::string& path, unsigned mode) override { target_.setPermissions(path, mode); }
+  FileContents contentsOfFile(const std::string& path) override { return target_.contentsOfFile(path); }
+  FileAttributes attributesOfItem(const std::string& path) override { return target_.attributesOfItem(path); }
+  void setModificationDate(const std::string& path, Date date) override { target_.setModificationDate(path, date); }
+  WritableFile createTemporaryFile(const std::string& directory, std::string_view namePrefix) override {
+    return target_.createTemporaryFile(directory, namePrefix);
+  }
+  void write(WritableFile& file, std::span<const std::uint8_t> bytes) override { target_.write(file, bytes); }
+  void setModificationDate(WritableFile& file, Date date) override { target_.setModificationDate(file, date); }
+  void syncFile(WritableFile& file) override { target_.syncFile(file); }
+  void closeFile(WritableFile& file) override { target_.closeFile(file); }
+  void syncDirectory(const std::string& path) override { target_.syncDirectory(path); }
+  [[nodiscard]] bool enumerateDirectory(const std::string& path, const NameFilter& include,
+                                        const EntryVisitor& visit) override {
+    return target_.enumerateDirectory(path, include, visit);
+  }
+
+ private:
+  FileManager& target_;
+};
 
 }  // namespace aurimo::platform

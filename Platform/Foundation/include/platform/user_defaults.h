@@ -2,10 +2,12 @@
 // UserDefaults: the app's small key-value settings store.
 //
 // standard() persists to "user-defaults.json" in the settings directory; every
-// change rewrites the file atomically before set() returns, so nothing waits
-// for a flush at exit. A file that cannot be read or parsed is moved aside as
-// "<name>.corrupt-<unix seconds>", reported once on stderr, and the store
-// starts empty. Default-constructed stores live in memory only (tests).
+// change rewrites the file atomically and durably (saveStateFile) before set()
+// returns, so nothing waits for a flush at exit. A file that cannot be read or
+// parsed is moved aside as "<name>.corrupt-<unix seconds>", reported once on
+// stderr, and the store starts empty. A failing save keeps the value in
+// memory and is reported once until a save succeeds again. Default-constructed
+// stores live in memory only (tests).
 //
 // Values: bool, int64, double, string, Data (written as {"$base64": "..."} so
 // it reads back as Data) or any JSON through setObject().
@@ -25,6 +27,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/data.h"
+#include "platform/file_manager.h"
 #include "platform/replaceable.h"
 
 namespace aurimo::platform {
@@ -35,8 +38,9 @@ class UserDefaults {
 
   // In memory only.
   UserDefaults();
-  // Backed by `file`, loaded now; its folder is created (0700) on first write.
-  explicit UserDefaults(std::filesystem::path file);
+  // Backed by `file`, loaded now through `files`, which must outlive the
+  // store; its folder is created (0700) on first write.
+  explicit UserDefaults(std::filesystem::path file, FileManager& files = FileManager::defaultManager());
   UserDefaults(const UserDefaults&) = delete;
   UserDefaults& operator=(const UserDefaults&) = delete;
 
@@ -76,6 +80,7 @@ class UserDefaults {
   void saveLocked();
 
   const std::optional<std::filesystem::path> file_;
+  FileManager* const files_ = nullptr;  // set with file_
   mutable std::mutex mutex_;
   nlohmann::json values_ = nlohmann::json::object();  // guarded by mutex_
   bool saveFailing_ = false;                           // guarded by mutex_

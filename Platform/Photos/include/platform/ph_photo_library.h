@@ -28,6 +28,7 @@
 #include <string_view>
 
 #include "platform/dispatch_queue.h"
+#include "platform/file_manager.h"
 #include "platform/ph_asset_creation_request.h"
 #include "platform/ph_authorization_status.h"
 #include "platform/person.h"
@@ -46,11 +47,13 @@ class PHPhotoLibrary {
   static constexpr std::string_view kAppFolder = "Aurimo";
 
   // Decisions are kept in `stateDirectory`, photos saved in `picturesDirectory` /
-  // kAppFolder; folders are created 0700 when first written.
+  // kAppFolder; folders are created 0700 when first written. Every file goes
+  // through `files`, which must outlive the library and its queued work.
   PHPhotoLibrary(const std::filesystem::path& stateDirectory, const std::filesystem::path& picturesDirectory,
-                 std::shared_ptr<Person> person);
+                 std::shared_ptr<Person> person, FileManager& files = FileManager::defaultManager());
   // The folders of Directories::current().
-  explicit PHPhotoLibrary(std::shared_ptr<Person> person);
+  explicit PHPhotoLibrary(std::shared_ptr<Person> person,
+                          FileManager& files = FileManager::defaultManager());
   ~PHPhotoLibrary();
   PHPhotoLibrary(const PHPhotoLibrary&) = delete;
   PHPhotoLibrary& operator=(const PHPhotoLibrary&) = delete;

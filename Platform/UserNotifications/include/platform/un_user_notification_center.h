@@ -4,8 +4,9 @@
 // decides on foreground presentation and hears about taps.
 //
 // On Linux the host plays the system: the authorization status and the
-// pending requests are kept in user_notifications.json in a state folder, so
-// they survive a restart; a Person answers the permission question (choices
+// pending requests are kept in user_notifications.json in a state folder
+// (through a FileManager, with saveStateFile and loadStateFile), so they
+// survive a restart; a Person answers the permission question (choices
 // "Don't Allow" and "Allow"); the host (or a test) sets the status the user
 // chose in the system's settings with setAuthorizationStatus() and delivers
 // notifications and taps with presentNotification() and openNotification().
@@ -28,6 +29,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/file_manager.h"
 #include "platform/person.h"
 #include "platform/replaceable.h"
 #include "platform/un_notification.h"
@@ -65,8 +67,10 @@ class UNUserNotificationCenterDelegate {
 
 class UNUserNotificationCenter {
  public:
-  // State is kept in `stateDirectory` (created 0700 when first written).
-  UNUserNotificationCenter(std::filesystem::path stateDirectory, std::shared_ptr<Person> person);
+  // State is kept in `stateDirectory` (created 0700 when first written),
+  // through `files`, which must outlive the centre and its queued work.
+  UNUserNotificationCenter(std::filesystem::path stateDirectory, std::shared_ptr<Person> person,
+                           FileManager& files = FileManager::defaultManager());
   ~UNUserNotificationCenter();
   UNUserNotificationCenter(const UNUserNotificationCenter&) = delete;
   UNUserNotificationCenter& operator=(const UNUserNotificationCenter&) = delete;

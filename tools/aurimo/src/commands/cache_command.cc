@@ -102,38 +102,21 @@ std::vector<CacheFile> listFiles(platform::FileManager& files, const std::string
 }
 
 // Forwards to the real file manager and draws the sweep's progress on stderr.
-class ProgressFileManager final : public platform::FileManager {
+class ProgressFileManager final : public platform::FileManagerWrapper {
  public:
-  ProgressFileManager(platform::FileManager& base, std::size_t total) : base_(base), total_(total) {}
+  ProgressFileManager(platform::FileManager& base, std::size_t total) : FileManagerWrapper(base), total_(total) {}
   ~ProgressFileManager() override {
     if (drawn_) std::fputs("\r\033[K", stderr);
   }
 
-  std::string cachesDirectory() override { return base_.cachesDirectory(); }
-  bool fileExists(const std::string& path) override { return base_.fileExists(path); }
-  void createDirectory(const std::string& path, bool intermediates) override { base_.createDirectory(path, intermediates); }
   void removeItem(const std::string& path) override {
-    base_.removeItem(path);
+    FileManagerWrapper::removeItem(path);
     ++removed_;
     draw();
   }
-  void renameItem(const std::string& from, const std::string& to) override { base_.renameItem(from, to); }
-  platform::FileContents contentsOfFile(const std::string& path) override { return base_.contentsOfFile(path); }
-  platform::FileAttributes attributesOfItem(const std::string& path) override { return base_.attributesOfItem(path); }
-  void setModificationDate(const std::string& path, platform::Date date) override {
-    base_.setModificationDate(path, date);
-  }
-  platform::WritableFile createTemporaryFile(const std::string& directory, std::string_view prefix) override {
-    return base_.createTemporaryFile(directory, prefix);
-  }
-  void write(platform::WritableFile& file, std::span<const std::uint8_t> bytes) override { base_.write(file, bytes); }
-  void setModificationDate(platform::WritableFile& file, platform::Date date) override {
-    base_.setModificationDate(file, date);
-  }
-  void closeFile(platform::WritableFile& file) override { base_.closeFile(file); }
   [[nodiscard]] bool enumerateDirectory(const std::string& path, const NameFilter& include,
                                         const EntryVisitor& visit) override {
-    return base_.enumerateDirectory(path, include, [&](const platform::DirectoryEntry& entry) {
+    return FileManagerWrapper::enumerateDirectory(path, include, [&](const platform::DirectoryEntry& entry) {
       visit(entry);
       ++examined_;
       draw();
@@ -154,7 +137,6 @@ class ProgressFileManager final : public platform::FileManager {
     std::fflush(stderr);
   }
 
-  platform::FileManager& base_;
   std::size_t total_;
   std::size_t examined_ = 0;
   std::size_t removed_ = 0;

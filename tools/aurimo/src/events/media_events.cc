@@ -22,8 +22,9 @@
 #include "app_context/media/cache_helper.h"
 #include "app_context/media/photo_library_manager.h"
 #include "events/events.h"
-#include "platform/atomic_file.h"
+#include "platform/file_manager.h"
 #include "platform/base64.h"
+#include "platform/file_manager.h"
 #include "platform/ph_photo_library.h"
 
 namespace aurimo::tool {
@@ -74,9 +75,11 @@ platform::Data requiredBytes(const nlohmann::json& event) {
     if (!bytes) throw EventError(name + ": \"base64\" is not valid base64");
     return std::move(*bytes);
   }
-  platform::ReadFileResult read = platform::readFile(*file);
-  if (!read) throw EventError(name + ": " + read.error->message());
-  return std::move(*read.data);
+  try {
+    return platform::FileManager::defaultManager().contentsOfFile(*file).data;
+  } catch (const std::filesystem::filesystem_error& error) {
+    throw EventError(name + ": " + platform::fileErrorMessage(error));
+  }
 }
 
 std::set<fs::path> filesIn(const fs::path& directory) {
