@@ -1,5 +1,6 @@
 #include "testing/environment.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -88,9 +89,19 @@ void Environment::restartUserNotificationCenter(std::optional<std::filesystem::p
   if (pins_) platform::UNUserNotificationCenter::slot().replace(userNotificationCenter_);
 }
 
-void Environment::restartPhotoLibrary() {
-  photoLibrary_ = std::make_shared<platform::PHPhotoLibrary>(stateDirectory(), picturesDirectory(), person, *files);
+void Environment::restartPhotoLibrary() { restartPhotoLibrary(*files); }
+
+void Environment::restartPhotoLibrary(platform::FileManager& files) {
+  photoLibrary_ = std::make_shared<platform::PHPhotoLibrary>(stateDirectory(), picturesDirectory(), person, files);
   if (pins_) platform::PHPhotoLibrary::slot().replace(photoLibrary_);
+}
+
+std::vector<std::filesystem::path> Environment::savedPhotos() const {
+  std::vector<std::filesystem::path> photos;
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(assetsDirectory(), ignored)) photos.push_back(entry.path());
+  std::sort(photos.begin(), photos.end());
+  return photos;
 }
 
 void Environment::restartUserDefaults() {

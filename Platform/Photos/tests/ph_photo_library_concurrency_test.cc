@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "platform/file_manager.h"
-#include "testing/photo_library_environment.h"
+#include "testing/environment.h"
 #include "testing/temporary_directory.h"
 
 namespace aurimo::platform {
@@ -56,7 +56,7 @@ Outcome save(std::vector<std::optional<Data>> photos, std::optional<std::string>
         }
       },
       [&outcome](bool success, std::optional<PHPhotosError> error) { outcome = {success, std::move(error)}; });
-  test::PhotoLibraryEnvironment::drainChanges();
+  test::Environment::runUntilIdle();
   return outcome;
 }
 
@@ -74,21 +74,21 @@ TEST(PhotoLibraryAuthorization, AsksOnlyWhileUndecidedAndKeepsTheAnswer) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.script.empty() ? "nobody answers" : c.script[0]);
-    test::PhotoLibraryEnvironment env;
+    test::Environment env;
     for (const std::string& choice : c.script) env.person->push(choice);
 
     EXPECT_EQ(request(), c.status);
     EXPECT_EQ(request(), c.status);
     EXPECT_EQ(env.person->presentations().size(), c.questionsAfterTwoRequests);
 
-    env.restartLibrary();
+    env.restartPhotoLibrary();
     EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly), c.status);
     EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::readWrite), Status::notDetermined);
   }
 }
 
 TEST(PhotoLibraryAuthorization, AnExistingDecisionIsNotAsked) {
-  test::PhotoLibraryEnvironment env;
+  test::Environment env;
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::restricted));
   env.person->push("Allow");
 
@@ -97,7 +97,7 @@ TEST(PhotoLibraryAuthorization, AnExistingDecisionIsNotAsked) {
 }
 
 TEST(PhotoLibraryAuthorization, ConcurrentRequestsShareOneQuestion) {
-  test::PhotoLibraryEnvironment env;
+  test::Environment env;
   env.person->push("Allow");
 
   auto first = std::async(std::launch::async, [] { return request(); });
@@ -127,7 +127,7 @@ TEST(PhotoLibraryChanges, SavesTheBytesUnchangedUnderANameForTheirFormat) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    test::PhotoLibraryEnvironment env;
+    test::Environment env;
     env.clock->set(Date(std::chrono::milliseconds(1'700'000'000'123)));
     ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
 
@@ -160,7 +160,7 @@ TEST(PhotoLibraryChanges, AddsOnlyWithAuthorizedOrLimitedAccess) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(name(c.addOnly)) + "/" + std::string(name(c.readWrite)));
-    test::PhotoLibraryEnvironment env;
+    test::Environment env;
     ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, c.addOnly));
     ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, c.readWrite));
 
@@ -174,14 +174,14 @@ TEST(PhotoLibraryChanges, AddsOnlyWithAuthorizedOrLimitedAccess) {
 }
 
 TEST(PhotoLibraryChanges, NamesStayUniqueWithinOneMillisecond) {
-  test::PhotoLibraryEnvironment env;
+  test::Environment env;
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
 
   PHPhotoLibrary::shared().performChanges([] {
     PHAssetCreationRequest::forAsset().addResource(PHAssetResourceType::photo, kJpeg);
   });
   EXPECT_TRUE(save({kPng, kJpeg}).success);
-  env.restartLibrary();  // a new library must not overwrite what an earlier one saved
+  env.restartPhotoLibrary();  // a new library must not overwrite what an earlier one saved
   EXPECT_TRUE(save({kJpeg}).success);
 
   std::vector<std::string> names;
@@ -209,8 +209,8 @@ TEST(PhotoLibraryChanges, AFailingDiskTakesBackTheWholeChange) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.error);
     FailingClaims files(c.claims, c.error);
-    test::PhotoLibraryEnvironment env;
-    env.restartLibrary(files);
+    test::Environment env;
+    env.restartPhotoLibrary(files);
     ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
 
     Outcome outcome = save({kJpeg, kPng});
@@ -233,7 +233,7 @@ TEST(PhotoLibraryChanges, AnInvalidRequestFailsTheWholeChange) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    test::PhotoLibraryEnvironment env;
+    test::Environment env;
     ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
 
     Outcome outcome = save(c.photos);

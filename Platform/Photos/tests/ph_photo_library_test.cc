@@ -5,7 +5,7 @@
 #include <fstream>
 #include <string>
 
-#include "testing/photo_library_environment.h"
+#include "testing/environment.h"
 
 namespace aurimo::platform {
 namespace {
@@ -13,11 +13,11 @@ namespace {
 using Status = PHAuthorizationStatus;
 
 TEST(PhotoLibraryState, DecisionsSurviveARestart) {
-  test::PhotoLibraryEnvironment env;
+  test::Environment env;
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::limited));
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, Status::denied));
 
-  env.restartLibrary();
+  env.restartPhotoLibrary();
 
   EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly), Status::limited);
   EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::readWrite), Status::denied);
@@ -36,12 +36,12 @@ TEST(PhotoLibraryState, ReadsWhatItCanOfAUsableFile) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.content);
-    test::PhotoLibraryEnvironment env;
+    test::Environment env;
     const std::filesystem::path file = PHPhotoLibrary::shared().stateFile();
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file) << c.content;
 
-    env.restartLibrary();
+    env.restartPhotoLibrary();
 
     EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly), c.addOnly);
     EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::readWrite), Status::notDetermined);

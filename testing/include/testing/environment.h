@@ -51,6 +51,8 @@ class Environment {
   // same folders, as a restart of the process would make.
   void restartUserNotificationCenter(std::optional<std::filesystem::path> stateDirectory = std::nullopt);
   void restartPhotoLibrary();
+  // The same over another file manager (a test's own fault), which must outlive the library.
+  void restartPhotoLibrary(platform::FileManager& files);
   void restartUserDefaults();
 
   // Records every broadcast of `name` as "name userInfo" until the environment goes.
@@ -63,6 +65,9 @@ class Environment {
   std::filesystem::path stateDirectory() const { return root() / "data"; }
   std::filesystem::path cachesDirectory() const { return root() / "caches"; }
   std::filesystem::path picturesDirectory() const { return root() / "Pictures"; }
+  // Where the photo library saves; the files there, sorted by name.
+  std::filesystem::path assetsDirectory() const { return picturesDirectory() / platform::PHPhotoLibrary::kAppFolder; }
+  std::vector<std::filesystem::path> savedPhotos() const;
 
   platform::UNUserNotificationCenter& userNotificationCenter() const { return *userNotificationCenter_; }
   platform::PHPhotoLibrary& photoLibrary() const { return *photoLibrary_; }
