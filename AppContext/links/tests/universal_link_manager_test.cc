@@ -57,15 +57,15 @@ Case payload(nlohmann::json json, std::optional<Route> after = kSentinel) {
 TEST_F(UniversalLinkManagerTest, RoutesLinksAndPayloads) {
   using nlohmann::json;
   const std::string b = "https://links.aurimo.app/events/", ob = b + "onboarding?version=";
-  const Route home = Route::homeTab();
+  const std::string sn = "make_sn_purchase_offer";
+  const Route home = Route::homeTab(), start = Route::explore(std::nullopt);
   const Case cases[] = {
       link(b + "identification?type=coin", Route::coinIdentification()), link(b + "identification?type=Coin"),
       link(b + "identification"), link(b + "explore?identifier=a1&x=y", Route::explore("a1")),
-      link(b + "explore", Route::explore(std::nullopt)), link(b + "explore?identifier=", Route::explore("")),
+      link(b + "explore", start), link(b + "explore?identifier=", Route::explore("")),
       link(b + "explore?identifier=first&identifier=second", Route::explore("first")),
-      link(b + "make_sn_purchase_offer?sn_event=spring%20sale", Route::openSmartNews("spring sale")),
-      link(b + "make_sn_purchase_offer?sn_event=", Route::openSmartNews("")),
-      link(b + "make_sn_purchase_offer?sn_event"), link(b + "make_sn_purchase_offer"),
+      link(b + sn + "?sn_event=spring%20sale", Route::openSmartNews("spring sale")),
+      link(b + sn + "?sn_event=", Route::openSmartNews("")), link(b + sn + "?sn_event"), link(b + sn),
       link(b + "home_tab", home), link(b + "home_tab/", home), link("https://links.aurimo.app//events//home_tab", home),
       link(b + "home%5Ftab", home), link("http://links.aurimo.app:8080/events/home_tab#top", home),
       link(b + "home_tab/extra"), link("https://links.aurimo.app/events"), link(b + "unknown"),
@@ -79,12 +79,10 @@ TEST_F(UniversalLinkManagerTest, RoutesLinksAndPayloads) {
       link(ob + "9223372036854775808"), link(ob + "-9223372036854775809"), link(ob), link(b + "onboarding"),
       link(ob + "7a"), link(ob + "%207"), link(ob + "-"), link(ob + "+-3"),
       payload({{"action", "explore"}, {"explore_id", "a1"}}, Route::explore("a1")),
-      payload({{"action", "explore"}}, Route::explore(std::nullopt)),
-      payload({{"action", "explore"}, {"explore_id", 42}}, Route::explore(std::nullopt)),
-      payload({{"action", "make_sn_purchase_offer"}, {"sn_event", "spring"}}, Route::openSmartNews("spring")),
-      payload({{"action", "make_sn_purchase_offer"}, {"sn_event", ""}}, Route::openSmartNews("")),
-      payload({{"action", "make_sn_purchase_offer"}}),
-      payload({{"action", "make_sn_purchase_offer"}, {"sn_event", nullptr}}),
+      payload({{"action", "explore"}}, start), payload({{"action", "explore"}, {"explore_id", 42}}, start),
+      payload({{"action", sn}, {"sn_event", "spring"}}, Route::openSmartNews("spring")),
+      payload({{"action", sn}, {"sn_event", ""}}, Route::openSmartNews("")), payload({{"action", sn}}),
+      payload({{"action", sn}, {"sn_event", nullptr}}),
       payload({{"action", "identification"}, {"type", "coin"}}, Route::coinIdentification()),
       payload({{"action", "identification"}, {"type", "Coin"}}), payload({{"action", "identification"}}),
       payload({{"action", "home_tab"}, {"extra", true}}, home), payload({{"action", "open_app"}}, std::nullopt),

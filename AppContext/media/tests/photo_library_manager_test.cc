@@ -13,18 +13,17 @@ namespace {
 using platform::PHAccessLevel;
 using Status = platform::PHAuthorizationStatus;
 
-TEST(PhotoLibraryManager, ReadsTheAddOnlyStatusNarrowlyAndSavesACopyWithoutAsking) {
+TEST(PhotoLibraryManager, ReadsTheAddOnlyStatusNarrowlyAndSavesACopyWithoutAskingOrChecking) {
   const platform::Data png{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 1, 2, 3};
-  const struct {
-    Status status;
-    bool canRequestPermissions, hasAddPermissionOrMore, saves;
-  } cases[] = {{Status::notDetermined, true, false, false}, {Status::restricted, false, false, false},
-               {Status::denied, false, false, false},       {Status::authorized, false, true, true},
-               {Status::limited, false, false, true}};  // the library still adds with limited access
+  const struct { Status status; bool canRequestPermissions, hasAddPermissionOrMore; } cases[] = {
+      {Status::notDetermined, true, false}, {Status::restricted, false, false}, {Status::denied, false, false},
+      {Status::authorized, false, true},    {Status::limited, false, false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(platform::name(c.status));
     test::Environment env;
     ASSERT_FALSE(env.photoLibrary().setAuthorizationStatus(PHAccessLevel::addOnly, c.status));
+    // Full access neither leaks into the add-only answers nor is checked by a save: the library decides.
+    ASSERT_FALSE(env.photoLibrary().setAuthorizationStatus(PHAccessLevel::readWrite, Status::authorized));
     const PhotoLibraryManager manager(env.services().photoLibrary);
     EXPECT_EQ(manager.canRequestPermissions(), c.canRequestPermissions);
     EXPECT_EQ(manager.photoLibraryHasAddPermissionOrMore(), c.hasAddPermissionOrMore);
@@ -33,26 +32,22 @@ TEST(PhotoLibraryManager, ReadsTheAddOnlyStatusNarrowlyAndSavesACopyWithoutAskin
     manager.savePhotoData(bytes);
     bytes.assign(bytes.size(), 0);  // the caller reuses its buffer at once
     env.runUntilIdle();
-    std::error_code none;  // no folder: nothing saved
+    std::error_code none;
     const std::vector<std::filesystem::directory_entry> photos(
         std::filesystem::directory_iterator(env.photoLibrary().assetsDirectory(), none), {});
-    ASSERT_EQ(photos.size(), c.saves ? 1u : 0u);
-    for (const auto& photo : photos) EXPECT_EQ(platform::readFile(photo.path()).data, png);
+    ASSERT_EQ(photos.size(), 1u);
+    EXPECT_EQ(platform::readFile(photos[0].path()).data, png);
     EXPECT_TRUE(env.person->presentations().empty());
   }
 }
 
 TEST(PhotoLibraryManager, AsksOnceForAddOnlyAccessAndKeepsTheAnswer) {
   test::Environment env;
-  // Full access neither counts as add-only access nor spares the question.
-  ASSERT_FALSE(env.photoLibrary().setAuthorizationStatus(PHAccessLevel::readWrite, Status::authorized));
-  const PhotoLibraryManager first(env.services().photoLibrary);
-  EXPECT_TRUE(first.canRequestPermissions());
-  EXPECT_FALSE(first.photoLibraryHasAddPermissionOrMore());
   env.person->push("Allow");
   std::vector<Status> answers;
-  first.requestAuthorization([&](Status s) { answers.push_back(s); });
+  PhotoLibraryManager(env.services().photoLibrary).requestAuthorization([&](Status s) { answers.push_back(s); });
   env.runUntilIdle();
+  EXPECT_EQ(env.photoLibrary().authorizationStatusOf(PHAccessLevel::readWrite), Status::notDetermined);
 
   env.restartPhotoLibrary();
   const PhotoLibraryManager manager(env.services().photoLibrary);

@@ -1,4 +1,4 @@
-// Updates, taps and refreshes started from several threads at once.
+// Updates and taps started from several threads at once.
 
 #include <gtest/gtest.h>
 

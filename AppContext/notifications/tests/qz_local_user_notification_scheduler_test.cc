@@ -74,7 +74,6 @@ TEST(QzLocalUserNotificationScheduler, TrialReminderTimeFollowsTheLengthAndTheDa
       {"21:00 to 10:00 next morning", utc(2025, 1, 20, 20, 0), wall(2025, 1, 20, 10, 0)},
       {"09:59 to 10:00 same morning", utc(2025, 1, 20, 8, 59), wall(2025, 1, 19, 10, 0)},
       {"10:00 kept", utc(2025, 1, 20, 9, 0), wall(2025, 1, 19, 10, 0)},
-      {"midnight to 10:00", utc(2025, 1, 19, 23, 0), wall(2025, 1, 19, 10, 0)},
       // A day is 86,400 s, not the same wall-clock time: around a change the hour shifts.
       {"winter day before, summer end", utc(2024, 3, 31, 8, 30), wall(2024, 3, 30, 10, 0), b, week, mar},
       {"summer day before, winter end", utc(2024, 10, 27, 8, 30), wall(2024, 10, 26, 10, 30), b, week, oct},
@@ -83,7 +82,6 @@ TEST(QzLocalUserNotificationScheduler, TrialReminderTimeFollowsTheLengthAndTheDa
       {"day before just after the spring gap", utc(2024, 3, 11, 7, 30), wall(2024, 3, 10, 10, 0), york, week, mar},
       {"short trial ending in the repeated hour", utc(2024, 11, 3, 6, 30), wall(2024, 11, 3, 1, 29, 30), york, 3600,
        oct},
-      {"end 29 s ahead", kJan + platform::seconds(29), std::nullopt, b, 3600},
       {"end 30 s ahead: reminder now", kJan + platform::seconds(30), std::nullopt, b, 3600},
       {"end 31 s ahead", kJan + platform::seconds(31), wall(2025, 1, 1, 1, 0, 1), b, 3600},
       {"day before already past", end, std::nullopt, b, 3 * kDay, end - platform::seconds(3600)},

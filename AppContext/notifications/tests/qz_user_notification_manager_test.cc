@@ -15,7 +15,9 @@ using Strings = std::vector<std::string>;
 using test::NotificationEnvironment;
 
 constexpr auto sent = &NotificationEnvironment::sent;
-std::string changed(bool to) { return sent(M::systemAllowsToUseNotificationsValueDidChangeNotification(), {{"new", to}}); }
+std::string changed(bool to) {
+  return sent(M::systemAllowsToUseNotificationsValueDidChangeNotification(), {{"new", to}});
+}
 std::string setup(bool to) { return sent(M::didInitialSetupNotificationsPermissonsOrChanged(), {{"authStatus", to}}); }
 
 // A centre whose state folder cannot be written.
@@ -81,6 +83,7 @@ TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompl
       EXPECT_TRUE(platform::DispatchQueue::isMainThread());
       EXPECT_EQ(granted, c.granted);
       EXPECT_EQ(error.has_value(), c.brokenStore);
+      EXPECT_TRUE(!error || error->code == platform::UNError::Code::storageFailed);
       EXPECT_TRUE(env.broadcasts().empty()) << "broadcasts come after the caller's answer";
       ++completions;
     });
@@ -92,20 +95,16 @@ TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompl
     EXPECT_TRUE(asked.empty() || !asked[0].presentation.message.empty());
     EXPECT_EQ(manager->cachedSystemAuthorizationStatus(), c.after);
     EXPECT_EQ(manager->systemAllowsToUseNotifications(), c.granted);
-    Strings expected{sent(M::didRequestAuthorizationNotification(), {{"authStatus", c.granted}}),
-                     setup(c.granted)};
+    Strings expected{sent(M::didRequestAuthorizationNotification(), {{"authStatus", c.granted}}), setup(c.granted)};
     if (c.granted != c.stored) expected.insert(expected.begin(), changed(c.granted));
     EXPECT_EQ(env.broadcasts(), c.brokenStore ? Strings{} : expected);
   }
 }
 
 TEST(QzUserNotificationManager, RequestIfPossibleAsksOnlyAnUndecidedUserAndSwallowsErrors) {
-  const struct {
-    Status status;
-    bool brokenStore, possible;
-  } cases[] = {{Status::authorized, false, true}, {Status::notDetermined, false, true},
-               {Status::denied, false, false},    {Status::provisional, false, false},
-               {Status::ephemeral, false, false}, {Status::notDetermined, true, true}};
+  const struct { Status status; bool brokenStore, possible; } cases[] = {
+      {Status::authorized, false, true},   {Status::notDetermined, false, true}, {Status::denied, false, false},
+      {Status::provisional, false, false}, {Status::ephemeral, false, false},    {Status::notDetermined, true, true}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << int(c.status) << (c.brokenStore ? " broken store" : ""));
     NotificationEnvironment env;
