@@ -1,130 +1,82 @@
-// Updates, taps and refreshes started from several threads at once.
+// Updates and taps started from several threads at once.
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "app_context/notifications/qz_local_user_notification_scheduler.h"
-#include "app_context/notifications/qz_user_notification_manager.h"
 #include "notification_environment.h"
-#include "platform/application.h"
 
 namespace aurimo {
 namespace {
 
-using platform::UNAuthorizationStatus;
 using test::NotificationEnvironment;
-
-platform::UNNotificationRequest discountReminder(const std::string& identifier) {
-  platform::UNMutableNotificationContent content;
-  content.categoryIdentifier = "DiscountReminder";
-  return {identifier, content,
-          std::make_shared<platform::UNCalendarNotificationTrigger>(platform::DateComponents{.hour = 19}, true)};
-}
 
 TEST(NotificationsConcurrency, OverlappingUpdatesNeverInterleaveAndEachCompletesOnce) {
   NotificationEnvironment env;
-  env.setStatus(UNAuthorizationStatus::authorized);
-  auto scheduler = QzLocalUserNotificationScheduler::create();
-
-  std::mutex mutex;
-  std::condition_variable released;
-  bool open = false;                // guarded by mutex
-  std::vector<std::string> trace;   // guarded by mutex
-  std::atomic<int> inside{0};
-  std::atomic<int> calls{0};
+  env.setStatus(platform::UNAuthorizationStatus::authorized);
+  auto scheduler = QzLocalUserNotificationScheduler::create(env.services());
+  std::atomic<bool> open{false};
+  std::atomic<int> calls{0}, inside{0}, overlaps{0};
   scheduler->setScheduleDiscount([&] {
     const int call = calls++;
-    EXPECT_EQ(inside++, 0) << "two updates overlap";
-    {
-      std::unique_lock lock(mutex);
-      trace.push_back("enter");
-      // The first update holds the lock until every other one has been started.
-      released.wait(lock, [&] { return call > 0 || open; });
-    }
-    env.userNotificationCenter().add(discountReminder("discount-" + std::to_string(call)), nullptr);
-    {
-      std::lock_guard lock(mutex);
-      trace.push_back("exit");
-    }
+    if (inside++ != 0) ++overlaps;
+    if (call == 0) open.wait(false);  // holds the lock until every other update has been started
+    env.add("discount-" + std::to_string(call), "DiscountReminder");
     --inside;
   });
 
-  constexpr int kThreads = 4, kPerThread = 4, kForegrounds = 4;
+  constexpr int kThreads = 3, kPerThread = 3, kForegrounds = 3;
   std::array<std::atomic<int>, kThreads * kPerThread> completions{};
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
-      for (int i = 0; i < kPerThread; ++i) scheduler->updateSchedule([&completions, k = t * kPerThread + i] { ++completions[k]; });
+      for (int i = 0; i < kPerThread; ++i) scheduler->updateSchedule([&, k = t * kPerThread + i] { ++completions[k]; });
     });
   }
-  threads.emplace_back([] {
-    for (int i = 0; i < kForegrounds; ++i) {
-      platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
-    }
+  threads.emplace_back([&] {
+    const auto foreground = platform::UIApplication::willEnterForegroundNotification();
+    for (int i = 0; i < kForegrounds; ++i) env.notificationCenter().post(foreground);
   });
   for (std::thread& thread : threads) thread.join();
-  {
-    std::lock_guard lock(mutex);
-    open = true;
-  }
-  released.notify_all();
+  open = true;
+  open.notify_all();
   env.runUntilIdle();
 
   EXPECT_EQ(calls, kThreads * kPerThread + kForegrounds);
+  EXPECT_EQ(overlaps, 0);
   for (const auto& count : completions) EXPECT_EQ(count, 1);
-  std::vector<std::string> alternating;
-  for (int i = 0; i < calls; ++i) alternating.insert(alternating.end(), {"enter", "exit"});
-  EXPECT_EQ(trace, alternating);
   // Each update removed its predecessor's reminder before filing its own.
   EXPECT_EQ(env.pendingIdentifiers(), std::vector<std::string>{"discount-" + std::to_string(calls - 1)});
 }
 
 TEST(NotificationsConcurrency, TapsFromManyThreadsCompleteOnceWhileTheInterceptorChanges) {
   NotificationEnvironment env;
-  auto manager = QzUserNotificationManager::create();
+  auto manager = QzUserNotificationManager::create(env.services());
   env.runUntilIdle();
 
   constexpr int kThreads = 4, kPerThread = 25;
-  std::atomic<int> completions{0};
-  std::atomic<int> consumed{0};
-  std::atomic<bool> done{false};
-  std::thread swapper([&] {
-    for (bool consume = false; !done; consume = !consume) {
-      manager->setUserNotificationCenterDidReceiveResponseHandler(
-          consume ? QzUserNotificationManager::ResponseHandler([&](auto&, const auto&) {
-            ++consumed;
-            return true;
-          })
-                  : nullptr);
-    }
-  });
+  std::atomic<int> completions{0}, consumed{0};
+  const QzUserNotificationManager::ResponseHandler consume = [&](auto&, const auto&) { return ++consumed > 0; };
   std::vector<std::thread> tappers;
   for (int t = 0; t < kThreads; ++t) {
     tappers.emplace_back([&] {
-      platform::UNMutableNotificationContent content;
-      content.categoryIdentifier = "DiscountReminder";
       for (int i = 0; i < kPerThread; ++i) {
-        env.userNotificationCenter().openNotification(
-            {platform::UNNotification{platform::Clock::current().now(), platform::UNNotificationRequest("tap", content, nullptr)}},
-            [&] { ++completions; });
-        (void)manager->latestNotificationResponseInfo();
+        manager->setUserNotificationCenterDidReceiveResponseHandler(i % 2 ? consume : nullptr);
+        env.userNotificationCenter().openNotification({env.notification("DiscountReminder")}, [&] { ++completions; });
+        (void)manager->latestNotificationResponseInfo();  // read while other threads write it
       }
     });
   }
   for (std::thread& thread : tappers) thread.join();
-  done = true;
-  swapper.join();
   env.runUntilIdle();
 
   EXPECT_EQ(completions, kThreads * kPerThread);
-  EXPECT_EQ(env.broadcasts().size(), std::size_t(kThreads * kPerThread - consumed));
+  const std::string opened =
+      env.sent(QzUserNotificationManager::userNotificationOpensAppNotification(), {{"actionType", "discount"}});
+  EXPECT_EQ(env.broadcasts(), std::vector<std::string>(kThreads * kPerThread - consumed, opened));
 }
 
 }  // namespace

@@ -5,79 +5,59 @@
 #include <fstream>
 
 #include "notification_environment.h"
-#include "platform/application.h"
 
 namespace aurimo {
 namespace {
 
-using platform::UserDefaults;
-using test::NotificationEnvironment;
+using M = QzUserNotificationManager;
 using Status = platform::UNAuthorizationStatus;
+using Strings = std::vector<std::string>;
+using test::NotificationEnvironment;
 
-constexpr const char* kAllowsKey = "QzUserNotificationManager.systemAllowsToUseNotificationsValueDidChangeNotification";
-constexpr const char* kStatusKey = "QzUserNotificationManager.cachedSystemAuthorizationStatus";
-
-std::string changed(bool value) { return std::string(kAllowsKey) + " {\"new\":" + (value ? "true}" : "false}"); }
-std::string setup(bool value) {
-  return std::string("QzUserNotificationManager.didInitialSetupNotificationsPermissonsOrChanged {\"authStatus\":") +
-         (value ? "true}" : "false}");
+constexpr auto sent = &NotificationEnvironment::sent;
+std::string changed(bool to) {
+  return sent(M::systemAllowsToUseNotificationsValueDidChangeNotification(), {{"new", to}});
 }
-std::string requested(bool value) {
-  return std::string("QzUserNotificationManager.didRequestAuthorizationNotification {\"authStatus\":") +
-         (value ? "true}" : "false}");
-}
+std::string setup(bool to) { return sent(M::didInitialSetupNotificationsPermissonsOrChanged(), {{"authStatus", to}}); }
 
-void foreground() {
-  platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
-}
-
-platform::UNNotification notification(std::string category, std::shared_ptr<const platform::UNNotificationTrigger> trigger) {
-  platform::UNMutableNotificationContent content;
-  content.categoryIdentifier = std::move(category);
-  return {platform::Date{}, platform::UNNotificationRequest("id", content, std::move(trigger))};
+// A centre whose state folder cannot be written.
+void breakTheStore(NotificationEnvironment& env) {
+  std::ofstream(env.root() / "file") << "not a folder";
+  env.restartUserNotificationCenter(env.root() / "file");
 }
 
 TEST(QzUserNotificationManager, RefreshStoresTheStatusAndBroadcastsOnlyAChangeOfAuthorized) {
-  struct Case {
-    std::optional<bool> stored;  // nullopt: first launch
-    Status status;
-    std::vector<std::string> broadcasts;
-  };
-  const Case cases[] = {
-      {std::nullopt, Status::notDetermined, {}}, {std::nullopt, Status::denied, {}},
-      {std::nullopt, Status::provisional, {}},   {std::nullopt, Status::ephemeral, {}},
-      {std::nullopt, Status::authorized, {changed(true), setup(true)}}, {true, Status::authorized, {}},
-      {true, Status::provisional, {changed(false), setup(false)}},     {true, Status::ephemeral, {changed(false), setup(false)}},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(int(c.status));
-    NotificationEnvironment env;
-    if (c.stored) UserDefaults::standard().set(*c.stored, kAllowsKey);
-    env.setStatus(c.status);
-    auto manager = QzUserNotificationManager::create();
-    env.runUntilIdle();
-    EXPECT_EQ(UserDefaults::standard().integerForKey(kStatusKey), int(c.status));
-    EXPECT_EQ(UserDefaults::standard().boolForKey(kAllowsKey), c.status == Status::authorized);
-    EXPECT_EQ(env.broadcasts(), c.broadcasts);
-    foreground();  // nothing changed since
-    env.runUntilIdle();
-    EXPECT_TRUE(env.broadcasts().empty());
-    env.setStatus(c.status == Status::authorized ? Status::denied : Status::authorized);
-    foreground();
-    env.runUntilIdle();
-    EXPECT_EQ(env.broadcasts().size(), 2u);
+  for (std::optional<bool> stored : {std::optional<bool>(), std::optional<bool>(true)}) {  // nullopt: first launch
+    for (Status status : {Status::notDetermined, Status::denied, Status::authorized, Status::provisional,
+                          Status::ephemeral}) {
+      SCOPED_TRACE(testing::Message() << stored.has_value() << int(status));
+      NotificationEnvironment env;
+      if (stored) env.userDefaults().set(*stored, M::systemAllowsToUseNotificationsKey);
+      env.setStatus(status);
+      auto manager = M::create(env.services());
+      env.runUntilIdle();
+      const bool allowed = status == Status::authorized;
+      EXPECT_EQ(env.userDefaults().integerForKey(M::cachedSystemAuthorizationStatusKey), int(status));
+      EXPECT_EQ(env.userDefaults().boolForKey(M::systemAllowsToUseNotificationsKey), allowed);
+      const Strings change{changed(allowed), setup(allowed)};
+      EXPECT_EQ(env.broadcasts(), stored.value_or(false) == allowed ? Strings{} : change);
+      env.foreground();  // nothing changed since
+      EXPECT_TRUE(env.broadcasts().empty());
+      env.setStatus(allowed ? Status::denied : Status::authorized);
+      env.foreground();
+      EXPECT_EQ(env.broadcasts(), (Strings{changed(!allowed), setup(!allowed)}));
+    }
   }
 }
 
 TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompletion) {
-  struct Case {
+  const struct {
     Status before;
     const char* answer;  // the choice taken; nullptr: the user is not asked
-    bool stored;
-    bool granted;
+    bool stored, granted;
     Status after;
-  };
-  const Case cases[] = {
+    bool brokenStore = false;  // the request fails: nothing is stored or broadcast
+  } cases[] = {
       {Status::notDetermined, "Allow", false, true, Status::authorized},
       {Status::notDetermined, "Don't Allow", false, false, Status::denied},
       {Status::notDetermined, "Don't Allow", true, false, Status::denied},
@@ -85,134 +65,110 @@ TEST(QzUserNotificationManager, RequestStoresTheAnswerAndBroadcastsAfterTheCompl
       {Status::authorized, nullptr, true, true, Status::authorized},
       {Status::provisional, "Allow", false, true, Status::authorized},
       {Status::ephemeral, nullptr, false, true, Status::ephemeral},  // the platform grants ephemeral
+      {Status::notDetermined, "Allow", false, false, Status::notDetermined, true},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(int(c.before));
     NotificationEnvironment env;
+    if (c.brokenStore) breakTheStore(env);
     env.setStatus(c.before);
-    auto manager = QzUserNotificationManager::create();
+    auto manager = M::create(env.services());
     env.runUntilIdle();
-    UserDefaults::standard().set(c.stored, kAllowsKey);
+    env.userDefaults().set(c.stored, M::systemAllowsToUseNotificationsKey);
     env.broadcasts();
     if (c.answer) env.person->push(c.answer);
 
-    std::vector<std::string> order;
+    int completions = 0;
     manager->requestAuthorization([&](bool granted, std::optional<platform::UNError> error) {
       EXPECT_TRUE(platform::DispatchQueue::isMainThread());
       EXPECT_EQ(granted, c.granted);
-      EXPECT_FALSE(error);
-      order = env.broadcasts();
-      order.push_back("completion");
+      EXPECT_EQ(error.has_value(), c.brokenStore);
+      EXPECT_TRUE(!error || error->code == platform::UNError::Code::storageFailed);
+      EXPECT_TRUE(env.broadcasts().empty()) << "broadcasts come after the caller's answer";
+      ++completions;
     });
     env.runUntilIdle();
-
-    EXPECT_EQ(order, std::vector<std::string>{"completion"}) << "broadcasts come after the caller's answer";
+    EXPECT_EQ(completions, 1);
     const auto asked = env.person->presentations();
     ASSERT_EQ(asked.size(), c.answer ? 1u : 0u);
-    if (c.answer) {
-      EXPECT_EQ(asked[0].presentation.message, "Notifications may include alerts, sounds and icon badges.");
-    }
+    // The question names alerts, sounds and badges only when all three are asked for.
+    EXPECT_TRUE(asked.empty() || !asked[0].presentation.message.empty());
     EXPECT_EQ(manager->cachedSystemAuthorizationStatus(), c.after);
     EXPECT_EQ(manager->systemAllowsToUseNotifications(), c.granted);
-    std::vector<std::string> expected{requested(c.granted), setup(c.granted)};
+    Strings expected{sent(M::didRequestAuthorizationNotification(), {{"authStatus", c.granted}}), setup(c.granted)};
     if (c.granted != c.stored) expected.insert(expected.begin(), changed(c.granted));
-    EXPECT_EQ(env.broadcasts(), expected);
+    EXPECT_EQ(env.broadcasts(), c.brokenStore ? Strings{} : expected);
   }
 }
 
 TEST(QzUserNotificationManager, RequestIfPossibleAsksOnlyAnUndecidedUserAndSwallowsErrors) {
-  const std::pair<Status, bool> cases[] = {{Status::authorized, true}, {Status::notDetermined, true},
-                                           {Status::denied, false},    {Status::provisional, false},
-                                           {Status::ephemeral, false}};
-  for (bool failingStore : {false, true}) {
-    for (const auto& [status, possible] : cases) {
-      SCOPED_TRACE(testing::Message() << int(status) << (failingStore ? " failing store" : ""));
-      NotificationEnvironment env;
-      if (failingStore) {
-        std::ofstream(env.root() / "file") << "not a folder";
-        env.restartUserNotificationCenter(env.root() / "file");
-      }
-      env.setStatus(status);
-      env.person->push("Don't Allow");  // even a refusal counts as possible
-      auto manager = QzUserNotificationManager::create();
-      std::vector<bool> results;
-      manager->requestAuthorizationIfPossible([&](bool answer) { results.push_back(answer); });
-      env.runUntilIdle();
-      EXPECT_EQ(results, std::vector<bool>{possible});
-      EXPECT_EQ(env.person->presentations().size(), status == Status::notDetermined ? 1u : 0u);
-    }
-    if (!failingStore) continue;
-    // requestAuthorization reports the error and changes nothing.
+  const struct { Status status; bool brokenStore, possible; } cases[] = {
+      {Status::authorized, false, true},   {Status::notDetermined, false, true}, {Status::denied, false, false},
+      {Status::provisional, false, false}, {Status::ephemeral, false, false},    {Status::notDetermined, true, true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << int(c.status) << (c.brokenStore ? " broken store" : ""));
     NotificationEnvironment env;
-    std::ofstream(env.root() / "file") << "not a folder";
-    env.restartUserNotificationCenter(env.root() / "file");
-    env.person->push("Allow");
-    auto manager = QzUserNotificationManager::create();
+    if (c.brokenStore) breakTheStore(env);
+    env.setStatus(c.status);
+    env.person->push("Don't Allow");  // even a refusal counts as possible
+    std::vector<bool> results;
+    M::create(env.services())->requestAuthorizationIfPossible([&](bool answer) { results.push_back(answer); });
     env.runUntilIdle();
-    std::optional<platform::UNError> failure;
-    manager->requestAuthorization([&](bool granted, std::optional<platform::UNError> error) {
-      EXPECT_FALSE(granted);
-      failure = error;
-    });
-    env.runUntilIdle();
-    ASSERT_TRUE(failure);
-    EXPECT_EQ(failure->code, platform::UNError::Code::storageFailed);
-    EXPECT_TRUE(env.broadcasts().empty());
-    EXPECT_FALSE(manager->systemAllowsToUseNotifications());
+    EXPECT_EQ(results, std::vector<bool>{c.possible});
+    EXPECT_EQ(env.person->presentations().size(), c.status == Status::notDetermined ? 1u : 0u);
   }
 }
 
 TEST(QzUserNotificationManager, ForegroundPresentationAndTaps) {
   NotificationEnvironment env;
-  auto manager = QzUserNotificationManager::create();
+  auto manager = M::create(env.services());
   env.runUntilIdle();
-  const std::string push = "QzUserNotificationManager.userGetPushNotification null";
   const std::pair<std::shared_ptr<const platform::UNNotificationTrigger>, std::uint32_t> presentations[] = {
-      {std::make_shared<platform::UNPushNotificationTrigger>(), 18},
+      {std::make_shared<platform::UNPushNotificationTrigger>(), 18},  // banner and sound
       {std::make_shared<platform::UNCalendarNotificationTrigger>(platform::DateComponents{.hour = 9}, false), 16},
       {nullptr, 16}};
   for (const auto& [trigger, options] : presentations) {
-    std::vector<std::string> seen;
-    env.userNotificationCenter().presentNotification(notification("", trigger), [&](platform::UNNotificationPresentationOptions o) {
-      EXPECT_EQ(o.rawValue, options);
-      seen.push_back("completion");
+    int completions = 0;
+    env.userNotificationCenter().presentNotification(env.notification("", trigger), [&](auto shown) {
+      EXPECT_EQ(shown.rawValue, options);
+      EXPECT_TRUE(env.broadcasts().empty()) << "posted after the completion";
+      ++completions;
     });
-    seen.push_back(env.broadcasts().at(0));  // posted on this thread, after the completion
-    EXPECT_EQ(seen, (std::vector<std::string>{"completion", push}));
+    EXPECT_EQ(completions, 1);
+    EXPECT_EQ(env.broadcasts(), Strings{sent(M::userGetPushNotification(), nullptr)});
   }
 
-  struct Tap {
+  const struct {
     const char* category;
     std::optional<bool> interceptor;  // what an installed interceptor returns
     const char* stored;               // latestNotificationResponseInfo afterwards
-  };
-  const Tap taps[] = {
+  } taps[] = {
       {"DiscountReminder", std::nullopt, "discount"},  {"TrialExpirationReminder", std::nullopt, "trialExpiration"},
       {"", std::nullopt, "default"},                   {"discountReminder", std::nullopt, "default"},
       {"trial_expiration_reminder", std::nullopt, "default"},
       {"DiscountReminder", true, "default"},  // consumed: the earlier value stays
       {"DiscountReminder", false, "discount"},
   };
-  for (const Tap& tap : taps) {
+  for (const auto& tap : taps) {
     SCOPED_TRACE(tap.category);
-    int intercepted = 0, completions = 0;
+    Strings intercepted;
+    int completions = 0;
     manager->setUserNotificationCenterDidReceiveResponseHandler(
-        tap.interceptor ? QzUserNotificationManager::ResponseHandler([&](auto&, const auto& response) {
-          EXPECT_EQ(response.notification.request.content().categoryIdentifier(), tap.category);
-          ++intercepted;
+        tap.interceptor ? M::ResponseHandler([&](auto&, const auto& response) {
+          intercepted.push_back(response.notification.request.content().categoryIdentifier());
           return *tap.interceptor;
         })
                         : nullptr);
-    env.userNotificationCenter().openNotification({notification(tap.category, nullptr)}, [&] { ++completions; });
+    env.userNotificationCenter().openNotification({env.notification(tap.category)}, [&] { ++completions; });
     const bool consumed = tap.interceptor.value_or(false);
-    EXPECT_EQ(intercepted, tap.interceptor ? 1 : 0);
-    EXPECT_EQ(completions, consumed ? 1 : 0) << "a handled tap completes on the main queue";
-    EXPECT_EQ(manager->latestNotificationResponseInfo(), (nlohmann::json{{"actionType", tap.stored}}));
+    EXPECT_EQ(intercepted, tap.interceptor ? Strings{tap.category} : Strings{});
+    EXPECT_EQ(completions, consumed ? 1 : 0) << "an unconsumed tap completes on the main queue";
+    const nlohmann::json info{{"actionType", tap.stored}};
+    EXPECT_EQ(manager->latestNotificationResponseInfo(), info);
     env.runUntilIdle();
     EXPECT_EQ(completions, 1);
-    const std::vector<std::string> expected{
-        std::string("QzUserNotificationManager.userNotificationOpensAppNotification {\"actionType\":\"") + tap.stored + "\"}"};
-    EXPECT_EQ(env.broadcasts(), consumed ? std::vector<std::string>{} : expected);
+    const std::string opened = sent(M::userNotificationOpensAppNotification(), info);
+    EXPECT_EQ(env.broadcasts(), consumed ? Strings{} : Strings{opened});
   }
   manager->resetLatestNotificationResponseInfo();
   EXPECT_EQ(manager->latestNotificationResponseInfo(), std::nullopt);

@@ -2,36 +2,29 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-#include <memory>
-
-#include "platform/user_defaults.h"
+#include <cstdint>
 
 namespace aurimo {
 namespace {
 
 using Links = SettingsStoreKit::AppSettingsStorage::AppContext::UniversalLinkManager;
 
-class AppSettingsStorageTest : public ::testing::Test {
- protected:
-  std::shared_ptr<platform::UserDefaults> defaults_ = std::make_shared<platform::UserDefaults>();
-  platform::ScopedReplacement<platform::UserDefaults> pin_{platform::UserDefaults::slot(), defaults_};
-};
-
-TEST_F(AppSettingsStorageTest, OnboardingVersionRoundTripsThroughStandardDefaults) {
-  EXPECT_EQ(Links::onboardingVersion(), std::nullopt);
-  for (std::int64_t version : {std::int64_t{7}, std::int64_t{-3}, std::numeric_limits<std::int64_t>::max(),
-                               std::numeric_limits<std::int64_t>::min()}) {
-    Links::setOnboardingVersion(version);
-    EXPECT_EQ(Links::onboardingVersion(), version);
-    EXPECT_EQ(defaults_->integerForKey("AppSettingsStorage.AppContext.UniversalLinkManager.onboardingVersion"),
-              version);
+TEST(AppSettingsStorage, OnboardingVersionRoundTripsAndOnlyAnInt64ReadsBack) {
+  platform::UserDefaults defaults;
+  EXPECT_EQ(Links::onboardingVersion(defaults), std::nullopt);
+  for (std::int64_t version : {std::int64_t{7}, std::int64_t{-3}, INT64_MAX, INT64_MIN}) {
+    Links::setOnboardingVersion(version, defaults);
+    EXPECT_EQ(Links::onboardingVersion(defaults), version);
+    EXPECT_EQ(defaults.integerForKey(Links::kOnboardingVersionKey), version);
   }
-  Links::setOnboardingVersion(std::nullopt);
-  EXPECT_EQ(Links::onboardingVersion(), std::nullopt);
-  EXPECT_FALSE(defaults_->objectForKey(Links::kOnboardingVersionKey).has_value());
+  Links::setOnboardingVersion(std::nullopt, defaults);
+  EXPECT_FALSE(defaults.objectForKey(Links::kOnboardingVersionKey).has_value());
+  // Whatever else an older build or a hand edit left under the key reads as absent.
+  for (const nlohmann::json& stored : {nlohmann::json("7"), nlohmann::json(7.5), nlohmann::json(UINT64_MAX)}) {
+    defaults.setObject(stored, Links::kOnboardingVersionKey);
+    EXPECT_EQ(Links::onboardingVersion(defaults), std::nullopt) << stored;
+  }
 }
 
 }  // namespace
-
 }  // namespace aurimo
