@@ -61,20 +61,22 @@ Outcome save(std::vector<std::optional<Data>> photos, std::optional<std::string>
 }
 
 TEST(PhotoLibraryAuthorization, AsksOnlyWhileUndecidedAndKeepsTheAnswer) {
-  struct Case {
+  const struct {
+    Status before;
     std::vector<std::string> script;
     Status status;
     std::size_t questionsAfterTwoRequests;
+  } cases[] = {
+      {Status::notDetermined, {"Allow"}, Status::authorized, 1},
+      {Status::notDetermined, {"Limited"}, Status::limited, 1},
+      {Status::notDetermined, {"Don't Allow"}, Status::denied, 1},
+      {Status::notDetermined, {}, Status::notDetermined, 2},
+      {Status::restricted, {"Allow"}, Status::restricted, 0},
   };
-  const Case cases[] = {
-      {{"Allow"}, Status::authorized, 1},
-      {{"Limited"}, Status::limited, 1},
-      {{"Don't Allow"}, Status::denied, 1},
-      {{}, Status::notDetermined, 2},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.script.empty() ? "nobody answers" : c.script[0]);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << name(c.before) << " " << c.script.size());
     test::Environment env;
+    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, c.before));
     for (const std::string& choice : c.script) env.person->push(choice);
 
     EXPECT_EQ(request(), c.status);
@@ -85,15 +87,6 @@ TEST(PhotoLibraryAuthorization, AsksOnlyWhileUndecidedAndKeepsTheAnswer) {
     EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly), c.status);
     EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::readWrite), Status::notDetermined);
   }
-}
-
-TEST(PhotoLibraryAuthorization, AnExistingDecisionIsNotAsked) {
-  test::Environment env;
-  ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::restricted));
-  env.person->push("Allow");
-
-  EXPECT_EQ(request(), Status::restricted);
-  EXPECT_TRUE(env.person->presentations().empty());
 }
 
 TEST(PhotoLibraryAuthorization, ConcurrentRequestsShareOneQuestion) {
@@ -144,35 +137,6 @@ TEST(PhotoLibraryChanges, SavesTheBytesUnchangedUnderANameForTheirFormat) {
   }
 }
 
-TEST(PhotoLibraryChanges, AddsOnlyWithAuthorizedOrLimitedAccess) {
-  struct Case {
-    Status addOnly;
-    Status readWrite;
-    std::optional<Code> error;
-  };
-  const Case cases[] = {
-      {Status::notDetermined, Status::notDetermined, Code::accessUserDenied},
-      {Status::denied, Status::notDetermined, Code::accessUserDenied},
-      {Status::restricted, Status::notDetermined, Code::accessRestricted},
-      {Status::authorized, Status::notDetermined, std::nullopt},
-      {Status::limited, Status::notDetermined, std::nullopt},
-      {Status::denied, Status::limited, std::nullopt},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(name(c.addOnly)) + "/" + std::string(name(c.readWrite)));
-    test::Environment env;
-    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, c.addOnly));
-    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, c.readWrite));
-
-    Outcome outcome = save({kJpeg});
-
-    EXPECT_EQ(outcome.success, !c.error);
-    EXPECT_EQ(outcome.error ? std::optional(outcome.error->code) : std::nullopt, c.error);
-    EXPECT_EQ(env.savedPhotos().size(), c.error ? 0u : 1u);
-    EXPECT_TRUE(env.person->presentations().empty()) << "a change never prompts";
-  }
-}
-
 TEST(PhotoLibraryChanges, NamesStayUniqueWithinOneMillisecond) {
   test::Environment env;
   ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
@@ -201,47 +165,42 @@ struct FailingClaims final : FileManagerWrapper {
   int claims, error;
 };
 
-TEST(PhotoLibraryChanges, AFailingDiskTakesBackTheWholeChange) {
+// A change keeps all its photos or none, and never prompts.
+TEST(PhotoLibraryChanges, KeepsAllOrNothingOfAChange) {
+  const std::vector<std::optional<Data>> two{kJpeg, kPng};
   const struct {
-    int claims, error;
-    Code code;
-  } cases[] = {{0, EIO, Code::internalError}, {1, ENOSPC, Code::notEnoughSpace}, {1, EDQUOT, Code::notEnoughSpace}};
+    Status addOnly, readWrite = Status::notDetermined;
+    std::vector<std::optional<Data>> photos;
+    int claims = 9, error = 0;
+    std::optional<Code> code = std::nullopt;
+  } cases[] = {
+      {.addOnly = Status::notDetermined, .photos = two, .code = Code::accessUserDenied},
+      {.addOnly = Status::denied, .photos = two, .code = Code::accessUserDenied},
+      {.addOnly = Status::restricted, .photos = two, .code = Code::accessRestricted},
+      {.addOnly = Status::authorized, .photos = two},
+      {.addOnly = Status::limited, .photos = two},
+      {.addOnly = Status::denied, .readWrite = Status::limited, .photos = two},
+      {.addOnly = Status::authorized, .photos = two, .claims = 0, .error = EIO, .code = Code::internalError},
+      {.addOnly = Status::authorized, .photos = two, .claims = 1, .error = ENOSPC, .code = Code::notEnoughSpace},
+      {.addOnly = Status::authorized, .photos = two, .claims = 1, .error = EDQUOT, .code = Code::notEnoughSpace},
+      {.addOnly = Status::authorized, .photos = {kJpeg, std::nullopt}, .code = Code::missingResource},
+      {.addOnly = Status::authorized, .photos = {kJpeg, Data{}}, .code = Code::invalidResource},
+  };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.error);
+    SCOPED_TRACE(testing::Message() << name(c.addOnly) << "/" << name(c.readWrite) << " errno " << c.error
+                                    << " photos " << c.photos.size() << (c.photos[1] ? "" : " one missing"));
     FailingClaims files(c.claims, c.error);
     test::Environment env;
     env.restartPhotoLibrary(files);
-    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
-
-    Outcome outcome = save({kJpeg, kPng});
-
-    EXPECT_FALSE(outcome.success);
-    EXPECT_EQ(outcome.error ? std::optional(outcome.error->code) : std::nullopt, c.code);
-    EXPECT_TRUE(env.savedPhotos().empty()) << "nor any staging file";
-  }
-}
-
-TEST(PhotoLibraryChanges, AnInvalidRequestFailsTheWholeChange) {
-  struct Case {
-    const char* label;
-    std::vector<std::optional<Data>> photos;
-    Code error;
-  };
-  const Case cases[] = {
-      {"a request without a photo", {kJpeg, std::nullopt}, Code::missingResource},
-      {"a photo without bytes", {kJpeg, Data{}}, Code::invalidResource},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.label);
-    test::Environment env;
-    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::authorized));
+    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, c.addOnly));
+    ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, c.readWrite));
 
     Outcome outcome = save(c.photos);
 
-    EXPECT_FALSE(outcome.success);
-    ASSERT_TRUE(outcome.error);
-    EXPECT_EQ(outcome.error->code, c.error);
-    EXPECT_TRUE(env.savedPhotos().empty());
+    EXPECT_EQ(outcome.success, !c.code);
+    EXPECT_EQ(outcome.error ? std::optional(outcome.error->code) : std::nullopt, c.code);
+    EXPECT_EQ(env.savedPhotos().size(), c.code ? 0u : 2u) << "nor any staging file";
+    EXPECT_TRUE(env.person->presentations().empty());
   }
 }
 
