@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <string>
 
 #include "testing/environment.h"
 
@@ -12,39 +11,33 @@ namespace {
 
 using Status = PHAuthorizationStatus;
 
-TEST(PhotoLibraryState, DecisionsSurviveARestart) {
-  test::Environment env;
-  ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, Status::limited));
-  ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, Status::denied));
-
-  env.restartPhotoLibrary();
-
-  EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly), Status::limited);
-  EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::readWrite), Status::denied);
-}
-
 // Unusable files and failing disks: Platform/tests/persistence_test.cc.
-TEST(PhotoLibraryState, ReadsWhatItCanOfAUsableFile) {
-  struct Case {
-    const char* content;
-    Status addOnly;
-  };
-  const Case cases[] = {
+TEST(PhotoLibraryState, KeepsDecisionsAndReadsWhatItCanOfAUsableFile) {
+  const struct {
+    const char* content;  // nullptr: the decisions are made through the library
+    Status addOnly, readWrite = Status::notDetermined;
+  } cases[] = {
+      {nullptr, Status::limited, Status::denied},
       {R"({"authorizationStatus":{"addOnly":"authorized"}})", Status::authorized},
       {R"({"authorizationStatus":{"addOnly":"fabulous","readWrite":3}})", Status::notDetermined},
       {R"({"somethingElse":true})", Status::notDetermined},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.content);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.content ? c.content : "made through the library");
     test::Environment env;
     const std::filesystem::path file = PHPhotoLibrary::shared().stateFile();
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file) << c.content;
+    if (c.content) {
+      std::filesystem::create_directories(file.parent_path());
+      std::ofstream(file) << c.content;
+    } else {
+      ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, c.addOnly));
+      ASSERT_FALSE(PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::readWrite, c.readWrite));
+    }
 
     env.restartPhotoLibrary();
 
     EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::addOnly), c.addOnly);
-    EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::readWrite), Status::notDetermined);
+    EXPECT_EQ(PHPhotoLibrary::authorizationStatus(PHAccessLevel::readWrite), c.readWrite);
     EXPECT_TRUE(std::filesystem::exists(file));
   }
 }

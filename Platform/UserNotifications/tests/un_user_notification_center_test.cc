@@ -4,13 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <future>
 #include <thread>
 #include <tuple>
-#include <unistd.h>
 
 #include "testing/fake_clock.h"
 #include "testing/scripted_person.h"
@@ -95,8 +91,7 @@ TEST_F(UserNotificationCenter, PendingRequestsAndStatusSurviveARestart) {
   EXPECT_EQ(status(*reopened), Status::authorized);
   const auto requests = pending(*reopened);
   ASSERT_THAT(identifiers(requests), testing::ElementsAre("trial_expiration_reminder", "discount"));
-  const auto& original = reminder("trial_expiration_reminder", "TrialExpirationReminder", inNewYork);
-  EXPECT_EQ(requests[0].content(), original.content());
+  EXPECT_EQ(requests[0].content(), reminder("", "TrialExpirationReminder", inNewYork).content());
   auto* trigger = dynamic_cast<const UNCalendarNotificationTrigger*>(requests[0].trigger().get());
   ASSERT_NE(trigger, nullptr);
   EXPECT_EQ(trigger->dateComponents(), inNewYork);
@@ -138,19 +133,17 @@ TEST_F(UserNotificationCenter, RefusesRequestsItCannotDeliver) {
   EXPECT_TRUE(pending(*center).empty());
 }
 
-struct AuthorizationCase {
-  Status before;
-  std::uint32_t options;
-  std::vector<std::string> script;
-  bool granted;
-  Status after;
-  const char* asked;  // the question's second line; nullptr: nobody is asked
-};
-
 TEST_F(UserNotificationCenter, RequestsAuthorizationThroughThePerson) {
   constexpr std::uint32_t kBadgeSoundAlert = 7;
   const char* const kAll = "Notifications may include alerts, sounds and icon badges.";
-  const AuthorizationCase cases[] = {
+  const struct {
+    Status before;
+    std::uint32_t options;
+    std::vector<std::string> script;
+    bool granted;
+    Status after;
+    const char* asked;  // the question's second line; nullptr: nobody is asked
+  } cases[] = {
       {Status::notDetermined, kBadgeSoundAlert, {"Allow"}, true, Status::authorized, kAll},
       {Status::notDetermined, kBadgeSoundAlert, {"Don't Allow"}, false, Status::denied, kAll},
       {Status::notDetermined, kBadgeSoundAlert, {}, false, Status::notDetermined, kAll},
@@ -161,7 +154,7 @@ TEST_F(UserNotificationCenter, RequestsAuthorizationThroughThePerson) {
       {Status::provisional, kBadgeSoundAlert, {"Allow"}, true, Status::authorized, kAll},
       {Status::ephemeral, kBadgeSoundAlert, {}, true, Status::ephemeral, nullptr},
   };
-  for (const AuthorizationCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "from status " << int(c.before) << " with options " << c.options);
     std::filesystem::remove_all(dir_);
     person_ = std::make_shared<ScriptedPerson>(c.script);
@@ -173,9 +166,7 @@ TEST_F(UserNotificationCenter, RequestsAuthorizationThroughThePerson) {
     EXPECT_EQ(granted, c.granted);
     const auto asked = person_->presentations();
     ASSERT_EQ(asked.size(), c.asked ? 1u : 0u);
-    if (c.asked) {
-      EXPECT_EQ(asked[0].presentation.message, c.asked);
-    }
+    if (c.asked) { EXPECT_EQ(asked[0].presentation.message, c.asked); }
     EXPECT_EQ(status(*makeCenter()), c.after);  // the decision is saved
   }
 }
@@ -214,7 +205,6 @@ TEST_F(UserNotificationCenter, HoldsTheDelegateWeakly) {
   EXPECT_EQ(options.rawValue, 0u);
   await<>([&](auto done) { center->openNotification({notification}, done); });
 }
-
 
 }  // namespace
 }  // namespace aurimo::platform
