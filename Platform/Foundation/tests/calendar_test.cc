@@ -79,39 +79,35 @@ TEST(Calendar, ComponentsRoundTripOutsideRepeatedHours) {
   const std::set<Component> all{Component::year, Component::month, Component::day, Component::hour,
                                 Component::minute, Component::second, Component::nanosecond};
   for (const char* zone : {"Europe/Berlin", "America/New_York"}) {
+    const Calendar calendar = in(zone);
     for (const char* instant : {"2024-01-15T23:59:59.999999999Z", "2024-03-31T01:00:00Z", "2024-11-03T05:59:59Z",
                                 "1970-01-01T00:00:00Z", "2200-12-31T12:34:56.5Z"}) {
-      const Calendar calendar = in(zone);
       EXPECT_EQ(calendar.date(calendar.dateComponents(all, utc(instant))), utc(instant)) << zone << " " << instant;
     }
   }
 }
 
-TEST(Calendar, SplitsAnInstantInItsZone) {
+TEST(Calendar, SplitsBuildsAndAddsInItsZone) {
+  const Calendar berlin = in("Europe/Berlin");
   const Date instant = utc("2024-10-27T01:30:00Z");  // 02:30 CET, the second 02:30 that night
-  auto c = in("Europe/Berlin").dateComponents(
+  auto c = berlin.dateComponents(
       {Component::year, Component::month, Component::day, Component::hour, Component::minute, Component::weekday,
        Component::weekdayOrdinal, Component::quarter, Component::timeZone},
       instant);
-  DateComponents expected{.timeZone = TimeZone::named("Europe/Berlin"), .year = 2024, .month = 10, .day = 27,
-                          .hour = 2, .minute = 30, .weekday = 1, .weekdayOrdinal = 4, .quarter = 4};
-  EXPECT_EQ(c, expected);
+  EXPECT_EQ(c, (DateComponents{.timeZone = TimeZone::named("Europe/Berlin"), .year = 2024, .month = 10, .day = 27,
+                               .hour = 2, .minute = 30, .weekday = 1, .weekdayOrdinal = 4, .quarter = 4}));
   EXPECT_EQ(in("America/New_York").component(Component::hour, instant), 21);
   // Building it back picks the first 02:30, an hour earlier.
-  EXPECT_EQ(in("Europe/Berlin").date(c), utc("2024-10-27T00:30:00Z"));
-}
+  EXPECT_EQ(berlin.date(c), utc("2024-10-27T00:30:00Z"));
 
-TEST(Calendar, BuildsDatesLeniently) {
-  const Calendar berlin = in("Europe/Berlin");
+  // Leniently: skipped hours move forward, out-of-range fields carry over.
   EXPECT_EQ(berlin.date({.year = 2024, .month = 3, .day = 31, .hour = 2, .minute = 30}), utc("2024-03-31T01:30:00Z"));
   EXPECT_EQ(berlin.date({.year = 2023, .month = 13, .day = 0}), utc("2023-12-30T23:00:00Z"));
   DateComponents inNewYork{.timeZone = TimeZone::named("America/New_York"), .year = 2024, .month = 7, .day = 4};
   EXPECT_EQ(berlin.date(inNewYork), utc("2024-07-04T04:00:00Z"));
   EXPECT_FALSE(berlin.date({.year = 1, .month = 1, .day = 1}).has_value());
-}
 
-TEST(Calendar, AddsCalendarUnitsByWallClockAndTimeUnitsByElapsedTime) {
-  const Calendar berlin = in("Europe/Berlin");
+  // Calendar units add by wall clock, time units by elapsed time.
   const Date beforeSpringForward = utc("2024-03-30T11:00:00Z");  // 12:00 CET
   EXPECT_EQ(berlin.date(Component::day, 1, beforeSpringForward), utc("2024-03-31T10:00:00Z"));
   EXPECT_EQ(berlin.date(Component::hour, 24, beforeSpringForward), utc("2024-03-31T11:00:00Z"));
@@ -131,7 +127,7 @@ TEST(Calendar, CurrentDaysFollowTheReplacedTimeZone) {
   EXPECT_FALSE(newYork.isDate(utc("2024-06-10T04:00:00Z"), utc("2024-06-09T12:00:00Z")));
 }
 
-TEST(TimeZone, ReadsTheTZValueLikeAPosixProgram) {
+TEST(TimeZone, ReadsTheTZValueLikeAPosixProgramAndKnowsDaylightSavingTime) {
   const Date july = utc("2024-07-01T12:00:00Z");
   const struct {
     std::optional<std::string_view> tz;
@@ -152,14 +148,11 @@ TEST(TimeZone, ReadsTheTZValueLikeAPosixProgram) {
     EXPECT_EQ(zone.secondsFromGMT(july), c.julyOffset) << *c.tz;
   }
   EXPECT_EQ(TimeZone::fromTZ(std::nullopt), TimeZone::system());
-}
-
-TEST(TimeZone, ReportsDaylightSavingTime) {
   const TimeZone berlin = *TimeZone::named("Europe/Berlin");
-  EXPECT_TRUE(berlin.isDaylightSavingTime(utc("2024-07-01T00:00:00Z")));
+  EXPECT_TRUE(berlin.isDaylightSavingTime(july));
   EXPECT_EQ(berlin.abbreviation(utc("2024-01-01T00:00:00Z")), "CET");
-  EXPECT_EQ(berlin.nextDaylightSavingTimeTransition(utc("2024-07-01T00:00:00Z")), utc("2024-10-27T01:00:00Z"));
-  EXPECT_FALSE(TimeZone::gmt().nextDaylightSavingTimeTransition(utc("2024-07-01T00:00:00Z")).has_value());
+  EXPECT_EQ(berlin.nextDaylightSavingTimeTransition(july), utc("2024-10-27T01:00:00Z"));
+  EXPECT_FALSE(TimeZone::gmt().nextDaylightSavingTimeTransition(july).has_value());
 }
 
 }  // namespace
