@@ -121,7 +121,6 @@ TEST(Calendar, SplitsBuildsAndAddsInItsZone) {
 TEST(Calendar, CurrentDaysFollowTheReplacedTimeZone) {
   ScopedReplacement pin(TimeZone::slot(), std::make_shared<TimeZone>(*TimeZone::named("America/New_York")));
   const Calendar newYork = Calendar::current();
-  EXPECT_EQ(newYork.timeZone().identifier(), "America/New_York");
   EXPECT_EQ(newYork.startOfDay(utc("2024-03-10T12:00:00Z")), utc("2024-03-10T05:00:00Z"));
   EXPECT_TRUE(newYork.isDate(utc("2024-06-10T03:59:00Z"), utc("2024-06-09T12:00:00Z")));
   EXPECT_FALSE(newYork.isDate(utc("2024-06-10T04:00:00Z"), utc("2024-06-09T12:00:00Z")));

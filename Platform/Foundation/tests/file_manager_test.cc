@@ -96,7 +96,7 @@ class RecordingFileManager : public platform::FileManagerWrapper {
   std::vector<std::string> steps;
 };
 
-TEST_F(FileManagerTest, AtomicWritesReplaceWholeFilesPrivatelyAndSyncWhenDurable) {
+TEST_F(FileManagerTest, WritesAtomicallyAndKeepsFilesAndFoldersPrivate) {
   const platform::Date date = platform::dateFromUnixSeconds(2'000'000'000.25);
   const std::string file = root_ + "/f";
   const struct {
@@ -118,9 +118,8 @@ TEST_F(FileManagerTest, AtomicWritesReplaceWholeFilesPrivatelyAndSyncWhenDurable
   }
   EXPECT_EQ(test::permissions(file), 0600u);
   EXPECT_EQ(namesIn(root_), std::vector<std::string>{"f"});
-}
 
-TEST_F(FileManagerTest, PrivateFoldersAreNarrowedAndTreesRemoved) {
+  // Private folders are narrowed even when they exist; whole trees are removed.
   files_.createPrivateDirectory(root_ + "/x/y");
   EXPECT_EQ(test::permissions(root_ + "/x"), 0700u);
   fs::permissions(root_ + "/x/y", fs::perms::all);

@@ -27,7 +27,7 @@ class UserDefaultsTest : public ::testing::Test {
           settings_, settings_, tmp_.path() / "caches", tmp_.path() / "pictures"})};
 };
 
-TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheFileWithTheirTypes) {
+TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheStandardFileWithTheirTypes) {
   Data allBytes;
   for (int b = 0; b < 256; ++b) allBytes.push_back(static_cast<std::uint8_t>(b));
   {
@@ -55,6 +55,11 @@ TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheFileWithTheirTypes) {
   EXPECT_EQ(reloaded.objectForKey("removed"), std::nullopt);
   EXPECT_EQ(test::permissions(file_), 0600u);
   EXPECT_EQ(test::permissions(settings_), 0700u);
+
+  // The standard store is the same file in the settings directory.
+  platform::ScopedReplacement<UserDefaults> fresh(UserDefaults::slot(), nullptr);
+  UserDefaults::standard().set("yes", "flag");
+  EXPECT_EQ(UserDefaults(file_).stringForKey("flag"), "yes");
 }
 
 TEST_F(UserDefaultsTest, ReadersConvertBetweenScalarTypes) {
@@ -83,12 +88,6 @@ TEST_F(UserDefaultsTest, ReadersConvertBetweenScalarTypes) {
     EXPECT_EQ(defaults.stringForKey("key"), c.asString);
     EXPECT_EQ(defaults.dataForKey("key"), std::nullopt);
   }
-}
-
-TEST_F(UserDefaultsTest, StandardStoreLivesInTheSettingsDirectory) {
-  platform::ScopedReplacement<UserDefaults> fresh(UserDefaults::slot(), nullptr);
-  UserDefaults::standard().set("yes", "flag");
-  EXPECT_EQ(UserDefaults(file_).stringForKey("flag"), "yes");
 }
 
 }  // namespace
