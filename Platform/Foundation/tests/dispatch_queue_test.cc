@@ -96,41 +96,30 @@ TEST(MainRunLoopTest, RunReturnsAfterStop) {
   EXPECT_EQ(log, (Log{"first", "second"}));
 }
 
-TEST(DispatchQueueTest, SyncOnIdleQueueRunsOnCallingThreadAndReturnsItsValue) {
-  DispatchQueue queue("test.idle");
-  EXPECT_EQ(queue.label(), "test.idle");
-  EXPECT_FALSE(queue.isCurrent());
-  auto [thread, current] = queue.sync([&] { return std::pair{std::this_thread::get_id(), queue.isCurrent()}; });
-  EXPECT_EQ(thread, std::this_thread::get_id());
-  EXPECT_TRUE(current);
-
-  int value = 1;
-  int& reference = queue.sync([&]() -> int& { return value; });
-  EXPECT_EQ(&reference, &value);
-  auto moveOnly = queue.sync([] { return std::make_unique<int>(7); });
-  EXPECT_EQ(*moveOnly, 7);
-}
-
-TEST(DispatchQueueTest, SyncRethrowsAndLeavesTheQueueUsable) {
-  DispatchQueue queue("test.throws");
-  EXPECT_THROW(queue.sync([]() -> int { throw std::runtime_error("boom"); }), std::runtime_error);
-  EXPECT_FALSE(queue.isCurrent());
-  EXPECT_EQ(queue.sync([] { return 3; }), 3);  // would hang if ownership leaked
-}
-
-TEST(DispatchQueueTest, NestedSyncIsCurrentOnEveryQueueOfTheChain) {
+TEST(DispatchQueueTest, SyncRunsOnTheCallingThreadReturnsOrRethrowsAndIsCurrentAlongTheChain) {
   DispatchQueue outer("test.outer");
   DispatchQueue inner("test.inner");
   DispatchQueue& global = DispatchQueue::global(QualityOfService::utility);
-  auto seen = outer.sync([&] {
+  EXPECT_EQ(outer.label(), "test.outer");
+  EXPECT_FALSE(outer.isCurrent());
+  auto [thread, seen] = outer.sync([&] {
     return inner.sync([&] {
-      return global.sync([&] { return std::vector{outer.isCurrent(), inner.isCurrent(), global.isCurrent()}; });
+      return global.sync([&] {
+        return std::pair{std::this_thread::get_id(), std::vector{outer.isCurrent(), inner.isCurrent(), global.isCurrent()}};
+      });
     });
   });
+  EXPECT_EQ(thread, std::this_thread::get_id());
   EXPECT_EQ(seen, (std::vector{true, true, true}));
   EXPECT_FALSE(global.isCurrent());
   EXPECT_TRUE(DispatchQueue::main().isCurrent());
-  EXPECT_TRUE(DispatchQueue::isMainThread());
+
+  int value = 1;
+  EXPECT_EQ(&outer.sync([&]() -> int& { return value; }), &value);
+  EXPECT_EQ(*outer.sync([] { return std::make_unique<int>(7); }), 7);
+  EXPECT_THROW(outer.sync([]() -> int { throw std::runtime_error("boom"); }), std::runtime_error);
+  EXPECT_FALSE(outer.isCurrent());
+  EXPECT_EQ(outer.sync([] { return 3; }), 3);  // would hang if ownership leaked
 }
 
 TEST(DispatchGroupTest, NotifyWaitsForEveryLeave) {
