@@ -1,9 +1,6 @@
-// JSON coding of the image and JSON-collection wrappers.
-#include <optional>
+// JSON coding of the JSON-collection wrappers.
 #include <string>
 
-#include "cache/image_encoding.h"
-#include "cache/image_wrapper.h"
 #include "cache/internal/json_data.h"
 #include "cache/json_array_wrapper.h"
 #include "cache/json_dictionary_wrapper.h"
@@ -23,20 +20,6 @@ nlohmann::json parseJSONTextData(const nlohmann::json& json, const char* key) {
 }
 
 }  // namespace
-
-void to_json(nlohmann::json& json, const ImageWrapper& wrapper) {
-  std::optional<platform::Data> data = encodedImageData(wrapper.image);
-  if (!data) throw StorageError(StorageError::encodingFailed);
-  json = nlohmann::json::object();
-  json[ImageWrapper::kImageKey] = internal::jsonFromData(*data);
-}
-
-void from_json(const nlohmann::json& json, ImageWrapper& wrapper) {
-  std::optional<platform::UIImage> image =
-      platform::UIImage::fromData(internal::dataFromJSON(json.at(ImageWrapper::kImageKey)));
-  if (!image) throw StorageError(StorageError::decodingFailed);
-  wrapper.image = std::move(*image);
-}
 
 void to_json(nlohmann::json& json, const JSONArrayWrapper& wrapper) {
   json = nlohmann::json::object();

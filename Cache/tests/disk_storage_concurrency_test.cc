@@ -1,65 +1,44 @@
-#include <gtest/gtest.h>
-
 #include <atomic>
-#include <cstdlib>
-#include <filesystem>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "cache/disk_storage.h"
-#include "cache/transformer_factory.h"
-#include "platform/file_manager.h"
+#include "cache_test_support.h"
 
-namespace aurimo {
+namespace aurimo::cache {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Readers and a sweeper run while one writer keeps replacing a large value:
 // every read must see one complete version, never a mix or a short file.
 TEST(DiskStorageConcurrencyTest, ReadersNeverSeeAPartialFileWhileAWriterReplacesIt) {
-  std::string pattern = (fs::temp_directory_path() / "disk_storage_concurrency.XXXXXX").string();
-  const std::string root = ::mkdtemp(pattern.data());
-  cache::DiskStorage<std::string, platform::Data> storage(
-      cache::DiskConfig("Cache", cache::Expiry::never, 0, fs::path(root), std::nullopt),
-      platform::FileManager::defaultManager(), cache::TransformerFactory::forData());
+  aurimo::test::TemporaryDirectory folder;
+  DiskStorage<std::string, Data> storage(DiskConfig("Cache", Expiry::never, 0, folder.path(), std::nullopt),
+                                         platform::FileManager::defaultManager(), TransformerFactory::forData());
   constexpr std::size_t kSize = 1 << 20;
-  storage.setObject(platform::Data(kSize, 0), "big");
-
+  storage.setObject(Data(kSize, 0), "big");
   std::atomic<bool> writing{true};
   std::atomic<int> reads{0}, torn{0};
-  std::thread writer([&] {
-    for (int round = 1; round <= 100; ++round) {
-      storage.setObject(platform::Data(kSize, static_cast<std::uint8_t>(round)), "big");
-    }
-    writing = false;
-  });
-  auto reader = [&] {
+  const auto read = [&] {
     do {
-      const platform::Data data = storage.object("big");
-      const bool whole = data.size() == kSize && std::all_of(data.begin(), data.end(),
-                                                              [&](std::uint8_t b) { return b == data.front(); });
-      if (!whole) ++torn;
+      const Data data = storage.object("big");
+      if (data.size() != kSize || std::count(data.begin(), data.end(), data[0]) != std::ptrdiff_t{kSize}) ++torn;
       ++reads;
     } while (writing);
   };
-  std::thread reader1(reader), reader2(reader);
-  std::thread sweeper([&] {
+  std::vector<std::thread> threads;
+  threads.emplace_back([&] {
+    while (reads == 0) std::this_thread::yield();  // the readers are under way before the first write
+    for (int round = 1; round <= 100; ++round) storage.setObject(Data(kSize, static_cast<std::uint8_t>(round)), "big");
+    writing = false;
+  });
+  threads.emplace_back(read);
+  threads.emplace_back(read);
+  threads.emplace_back([&] {
     while (writing) storage.removeExpiredObjects();
   });
-  writer.join();
-  reader1.join();
-  reader2.join();
-  sweeper.join();
-
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(torn, 0);
-  EXPECT_GE(reads, 2);
-  EXPECT_EQ(storage.object("big"), platform::Data(kSize, 100));
-  EXPECT_EQ(std::distance(fs::directory_iterator(storage.path()), fs::directory_iterator()), 1);
-  fs::remove_all(root);
+  EXPECT_EQ(storage.object("big"), Data(kSize, 100));
+  EXPECT_EQ(std::distance(fs::directory_iterator(storage.path()), {}), 1) << "no temporary file is left behind";
 }
 
 }  // namespace
-
-}  // namespace aurimo
+}  // namespace aurimo::cache

@@ -1,156 +1,98 @@
-#include "cache/storage.h"
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <future>
-#include <memory>
-#include <string>
-#include <vector>
-
+// The Storage facade: its two queues, asynchronous completions and isNotFound.
 #include "cache/observation_registry.h"
-#include "platform/dispatch_group.h"
-#include "testing/faulty_file_manager.h"
+#include "cache_test_support.h"
 
-namespace aurimo {
+namespace aurimo::cache {
 namespace {
 
-namespace fs = std::filesystem;
-using Store = cache::Storage<std::string, int>;
-
-static_assert(cache::StorageObservationRegistry<Store>);
-static_assert(cache::KeyObservationRegistry<Store>);
+using Store = Storage<std::string, int>;
+static_assert(StorageObservationRegistry<Store> && KeyObservationRegistry<Store>);
 
 struct Observer {};
 
-bool isStorageError(const std::exception_ptr& error, cache::StorageError::Case expected) {
-  try {
-    std::rethrow_exception(error);
-  } catch (const cache::StorageError& e) {
-    return e.errorCase() == expected;
-  } catch (...) {
-    return false;
-  }
-}
-
-class StorageTest : public ::testing::Test {
+class StorageTest : public CacheTest {
  protected:
-  StorageTest() {
-    std::string pattern = (fs::temp_directory_path() / "storage_test.XXXXXX").string();
-    root_ = ::mkdtemp(pattern.data());
-  }
-  ~StorageTest() override { fs::remove_all(root_); }
-
-  std::shared_ptr<Store> makeStorage() {
-    return Store::create(cache::DiskConfig("Cache", cache::Expiry::never, 0, fs::path(root_), std::nullopt),
-                         cache::MemoryConfig(cache::Expiry::never, 0, 0), cache::TransformerFactory::forCodable<int>(),
-                         files_);
-  }
-
-  std::string root_;
-  test::FaultyFileManager files_;
+  std::shared_ptr<Store> storage_ =
+      Store::create(diskConfig(), MemoryConfig(Expiry::never, 0, 0), TransformerFactory::forCodable<int>(), files_);
+  std::shared_ptr<Observer> observer_ = std::make_shared<Observer>();
 };
 
-TEST_F(StorageTest, RunsBlockingCallsOnTheSyncQueueAndCompletionsOnTheAsyncQueue) {
-  auto storage = makeStorage();
-  platform::DispatchQueue& syncQueue = storage->sync().serialQueue();
-  platform::DispatchQueue& asyncQueue = storage->async().serialQueue();
-  EXPECT_EQ(syncQueue.label(), "Cache.SyncStorage.SerialQueue");
-  EXPECT_EQ(asyncQueue.label(), "Cache.AsyncStorage.SerialQueue");
-
-  auto observer = std::make_shared<Observer>();
-  std::vector<std::string> heardOn;
-  storage->addStorageObserver(observer, [&](Observer&, Store& from, const cache::StorageChange<std::string>&) {
-    EXPECT_EQ(&from, storage.get());
-    heardOn.push_back(syncQueue.isCurrent() ? "sync" : asyncQueue.isCurrent() ? "async" : "elsewhere");
+TEST_F(StorageTest, RunsBlockingCallsOnTheSyncQueueAndAsyncOnesInOrderOnTheAsyncQueue) {
+  platform::DispatchQueue &syncQueue = storage_->sync().serialQueue(), &asyncQueue = storage_->async().serialQueue();
+  auto heard = std::make_shared<std::vector<std::string>>();  // in order: one queue at a time appends
+  const auto where = [&] { return syncQueue.isCurrent() ? "sync" : asyncQueue.isCurrent() ? "async" : "elsewhere"; };
+  storage_->addStorageObserver(observer_, [&, heard](Observer&, Store& from, const StorageChange<std::string>&) {
+    heard->push_back(&from == storage_.get() ? where() : "another storage");
   });
-  storage->setObject(1, "k");
-  platform::DispatchGroup group;
-  group.enter();
-  storage->async().setObject(2, "k", [&](cache::Result<void> result) {
-    EXPECT_TRUE(result.isValue());
-    heardOn.push_back(asyncQueue.isCurrent() ? "completion on async" : "completion elsewhere");
-    group.leave();
-  });
-  group.wait();
-  EXPECT_EQ(heardOn, (std::vector<std::string>{"sync", "async", "completion on async"}));
-  EXPECT_EQ(storage->object("k"), 2);
-}
-
-TEST_F(StorageTest, MissingKeyIsFalseWhenBlockingButAnErrorAsynchronously) {
-  auto storage = makeStorage();
-  EXPECT_FALSE(storage->existsObject("missing"));
-  EXPECT_TRUE(storage->isExpiredObject("missing"));
-
-  std::promise<cache::Result<bool>> exists;
-  storage->async().existsObject("missing", [&](cache::Result<bool> result) { exists.set_value(std::move(result)); });
-  const cache::Result<bool> result = exists.get_future().get();
-  ASSERT_TRUE(result.isError());
-  EXPECT_THROW(std::rethrow_exception(result.error()), fs::filesystem_error);
-}
-
-TEST_F(StorageTest, AsyncWritesToOneKeyCompleteInSubmissionOrder) {
-  auto storage = makeStorage();
-  platform::DispatchGroup group;
-  std::vector<int> completed;  // written on the async queue only
-  for (int i = 0; i < 50; ++i) {
-    group.enter();
-    storage->async().setObject(i, "k", [&, i](cache::Result<void>) {
-      completed.push_back(i);
-      group.leave();
+  storage_->setObject(1, "k");
+  for (int i = 2; i <= 3; ++i) {
+    storage_->async().setObject(i, "k", [&, heard, i](Result<void> result) {
+      heard->push_back(failureOf([&] { result.get(); }) + " " + std::to_string(i) + " on " + where());
     });
   }
-  group.wait();
-  ASSERT_EQ(completed.size(), 50u);
-  EXPECT_TRUE(std::is_sorted(completed.begin(), completed.end()));
-  EXPECT_EQ(storage->object("k"), 49);
+  EXPECT_EQ(await<int>([&](auto done) { storage_->async().object("k", done); }).get(), 3);
+  EXPECT_EQ(*heard, (std::vector<std::string>{"sync", "async", "nothing 2 on async", "async", "nothing 3 on async"}));
 }
 
 TEST_F(StorageTest, BlocksQueuedWhenTheStorageIsReleasedCompleteWithDeallocated) {
-  auto storage = makeStorage();
-  std::promise<void> started, gate;
-  std::shared_future<void> opened = gate.get_future().share();
-  platform::DispatchGroup group;
-  std::vector<bool> deallocated;  // written on the async queue only
-
-  group.enter();
-  storage->async().setObject(1, "k", [&](cache::Result<void> result) {
-    EXPECT_TRUE(result.isValue());
-    started.set_value();
+  auto started = std::make_shared<std::promise<void>>(), gate = std::make_shared<std::promise<void>>(),
+       finished = std::make_shared<std::promise<void>>();
+  auto outcomes = std::make_shared<std::vector<std::string>>();  // written on the async queue only
+  storage_->async().setObject(1, "k", [=, opened = gate->get_future().share()](Result<void> result) {
+    outcomes->push_back(failureOf([&] { result.get(); }));
+    started->set_value();
     opened.wait();  // holds the queue while the storage goes away
-    group.leave();
   });
   for (int i = 0; i < 3; ++i) {
-    group.enter();
-    storage->async().object("k", [&](cache::Result<int> result) {
-      deallocated.push_back(result.isError() && isStorageError(result.error(), cache::StorageError::deallocated));
-      group.leave();
+    storage_->async().object("k", [=](Result<int> result) {
+      outcomes->push_back(failureOf([&] { result.get(); }));
+      if (i == 2) finished->set_value();
     });
   }
-  started.get_future().wait();
-  storage.reset();
-  gate.set_value();
-  group.wait();
-  EXPECT_EQ(deallocated, (std::vector<bool>{true, true, true}));
+  ASSERT_EQ(started->get_future().wait_for(10s), std::future_status::ready);
+  storage_.reset();
+  gate->set_value();
+  ASSERT_EQ(finished->get_future().wait_for(10s), std::future_status::ready);
+  EXPECT_EQ(*outcomes, (std::vector<std::string>{"nothing", "deallocated", "deallocated", "deallocated"}));
 }
 
-TEST_F(StorageTest, TransformedStorageSharesFilesButNotMemoryOrObservers) {
-  auto storage = makeStorage();
-  auto observer = std::make_shared<Observer>();
+TEST_F(StorageTest, TransformedStorageSharesFilesButNotMemoryObserversOrQueues) {
   int heard = 0;
-  storage->addStorageObserver(observer, [&](Observer&, Store&, const auto&) { ++heard; });
-  storage->setObject(5, "k");
-
-  auto bytes = storage->transformData();
-  const cache::Entry<platform::Data> entry = bytes->entry("k");
+  storage_->addStorageObserver(observer_, [&](Observer&, Store&, const auto&) { ++heard; });
+  storage_->setObject(5, "k");
+  auto bytes = storage_->transformData();
+  const Entry<Data> entry = bytes->entry("k");
   EXPECT_EQ(platform::stringView(entry.object), R"({"object":5})");
   EXPECT_TRUE(entry.filePath.has_value());  // read from disk: memory is not shared
   bytes->setObject(platform::dataFromString(R"({"object":6})"), "k");
   EXPECT_EQ(heard, 1);
-  EXPECT_EQ(storage->transformCodable<int>()->object("k"), 6);
-  EXPECT_NE(&bytes->async().serialQueue(), &storage->async().serialQueue());
+  EXPECT_EQ(storage_->transformCodable<int>()->object("k"), 6);
+  EXPECT_NE(&bytes->async().serialQueue(), &storage_->async().serialQueue());
+}
+
+TEST_F(StorageTest, IsNotFoundTellsAMissInEitherLayerFromEveryOtherFailure) {
+  EXPECT_FALSE(storage_->existsObject("missing"));  // blocking: a miss is just false
+  EXPECT_TRUE(storage_->isExpiredObject("missing"));
+  const auto fileError = [](std::errc code) { return fs::filesystem_error("open", std::make_error_code(code)); };
+  struct Case { const char* name; std::exception_ptr error; bool notFound; };
+  for (const Case& c : {
+           Case{"memory miss", thrownBy([&] { storage_->hybridStorage().memoryStorage().entry("missing"); }), true},
+           Case{"disk miss", thrownBy([&] { storage_->hybridStorage().diskStorage().entry("missing"); }), true},
+           Case{"async existsObject", await<bool>([&](auto done) { storage_->async().existsObject("x", done); }).error(), true},
+           Case{"other file error", std::make_exception_ptr(fileError(std::errc::permission_denied)), false},
+           Case{"typeNotMatch", std::make_exception_ptr(StorageError(StorageError::typeNotMatch)), false},
+           Case{"enumerator failed", std::make_exception_ptr(DiskStorageError(DiskStorageError::fileEnumeratorFailed)), false},
+           Case{"not an exception", std::make_exception_ptr(42), false},
+           Case{"null", nullptr, false}}) {
+    EXPECT_EQ(isNotFound(c.error), c.notFound) << c.name;
+    try {
+      if (c.error) std::rethrow_exception(c.error);
+    } catch (const std::exception& error) {
+      EXPECT_EQ(isNotFound(error), c.notFound) << c.name;
+    } catch (...) {
+    }
+  }
 }
 
 }  // namespace
-
-}  // namespace aurimo
+}  // namespace aurimo::cache

@@ -1,6 +1,7 @@
 #pragma once
 // The image rule: images with an alpha channel are stored as PNG, all others
-// (and images without a bitmap) as JPEG at full quality.
+// (and images without a bitmap) as JPEG at full quality. Part of the optional
+// target aurimo::cache_image.
 //
 // Thread contract: pure functions.
 //

@@ -2,7 +2,8 @@
 // ImageWrapper: an image as a codable value, JSON {"image": "<base64 bytes>"}
 // with the bytes encoded by the image rule (PNG with alpha, JPEG without).
 // Encoding without bytes throws StorageError::encodingFailed; bytes that are
-// not an image throw StorageError::decodingFailed.
+// not an image throw StorageError::decodingFailed. Part of the optional target
+// aurimo::cache_image.
 //
 // Thread contract: a plain value.
 //

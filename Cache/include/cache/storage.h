@@ -41,7 +41,6 @@
 #include "platform/data.h"
 #include "platform/dispatch_queue.h"
 #include "platform/file_manager.h"
-#include "platform/ui_image.h"
 
 namespace aurimo::cache {
 
@@ -128,9 +127,10 @@ class Storage final : public StorageAware<Key, Value>, public std::enable_shared
   std::shared_ptr<Storage<Key, platform::Data>> transformData() const {
     return transform(TransformerFactory::forData());
   }
-  std::shared_ptr<Storage<Key, platform::UIImage>> transformImage() const {
-    return transform(TransformerFactory::forImage());
-  }
+  // Defined in cache/image_transformer.h, part of aurimo::cache_image; a
+  // template only so that nothing here needs the image type to be complete.
+  template <class Image = platform::UIImage>
+  std::shared_ptr<Storage<Key, Image>> transformImage() const;
   template <JSONCodable U>
   std::shared_ptr<Storage<Key, U>> transformCodable() const {
     return transform(TransformerFactory::forCodable<U>());

@@ -6,6 +6,7 @@
 //
 //   throw cache::StorageError(cache::StorageError::notFound);
 //   catch (const cache::StorageError& e) { if (e.errorCase() == cache::StorageError::typeNotMatch) ... }
+//   storage->async().object(key, [](cache::Result<int> r) { if (cache::isNotFound(r.error())) ... });
 
 #include <exception>
 
@@ -35,5 +36,14 @@ class StorageError : public std::exception {
  private:
   Case case_;
 };
+
+// True when `error` reports a key that is not stored, whichever layer said
+// so: a miss in memory is StorageError::notFound, a miss on disk the
+// platform's file-not-found error (a std::system_error, which includes
+// std::filesystem::filesystem_error, whose code is ENOENT). Every other
+// failure, typeNotMatch and decoding errors included, is false.
+bool isNotFound(const std::exception& error) noexcept;
+// The same for a stored error, e.g. Result::error(); false for a null one.
+bool isNotFound(const std::exception_ptr& error) noexcept;
 
 }  // namespace aurimo::cache

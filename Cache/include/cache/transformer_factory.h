@@ -1,7 +1,9 @@
 #pragma once
 // TransformerFactory: the transformers the module offers: raw bytes, images
 // (PNG with alpha, JPEG without) and any JSON-codable type, boxed as
-// {"object": ...}.
+// {"object": ...}. forImage() is the one part that needs the image codecs:
+// it is built into the optional target aurimo::cache_image, and callers
+// include cache/image_transformer.h; aurimo::cache alone does not provide it.
 //
 // Thread contract: the transformers are immutable and safe on any thread.
 //
@@ -16,7 +18,10 @@
 #include "cache/transformer.h"
 #include "cache/type_wrapper.h"
 #include "platform/data.h"
-#include "platform/ui_image.h"
+
+namespace aurimo::platform {
+class UIImage;  // defined by aurimo::uikit, which only aurimo::cache_image links
+}  // namespace aurimo::platform
 
 namespace aurimo::cache {
 
@@ -27,7 +32,7 @@ class TransformerFactory {
   // Bytes in, the same bytes out.
   static Transformer<platform::Data> forData();
   // Throws StorageError::transformerFail when an image yields no bytes or
-  // the bytes are not an image.
+  // the bytes are not an image. In aurimo::cache_image (cache/image_transformer.h).
   static Transformer<platform::UIImage> forImage();
   // The JSON library's errors pass through unchanged.
   template <JSONCodable T>

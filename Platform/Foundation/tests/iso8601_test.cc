@@ -11,7 +11,7 @@ namespace {
 TEST(Iso8601Test, ReadsDatesWithAnOffsetOrInTheCalendarsZoneAndRejectsTheRest) {
   struct Case {
     const char* text;
-    std::optional<long long> unixSeconds;  // nullopt: rejected
+    long long unixSeconds;
     long nanoseconds = 0;
   };
   const Case cases[] = {
@@ -25,37 +25,18 @@ TEST(Iso8601Test, ReadsDatesWithAnOffsetOrInTheCalendarsZoneAndRejectsTheRest) {
       {"2099-01-10T15:00:00.5", 4071758400, 500000000},
       {"2099-01-10t15:00", 4071758400},
       {"2024-07-01T06:00", 1719828000},
-      {"", std::nullopt},
-      {"2024-01-01", std::nullopt},
-      {"2024-01-01 00:00Z", std::nullopt},
-      {"2024-1-01T00:00Z", std::nullopt},
-      {"2099-02-29T00:00:00Z", std::nullopt},
-      {"1900-02-29T00:00Z", std::nullopt},
-      {"2024-04-31T00:00Z", std::nullopt},
-      {"2024-00-10T00:00Z", std::nullopt},
-      {"2024-13-10T00:00Z", std::nullopt},
-      {"2024-01-01T24:00Z", std::nullopt},
-      {"2024-01-01T00:60Z", std::nullopt},
-      {"2024-01-01T00:00:60Z", std::nullopt},
-      {"2024-01-01T00:00:0Z", std::nullopt},
-      {"2024-01-01T00:00.Z", std::nullopt},
-      {"2024-01-01T00:00+5", std::nullopt},
-      {"2024-01-01T00:00+053", std::nullopt},
-      {"2024-01-01T00:00+05:", std::nullopt},
-      {"2024-01-01T00:00+24:00", std::nullopt},
-      {"2024-01-01T00:00+05:60", std::nullopt},
-      {"2024-01-01T00:00Z ", std::nullopt},
-      {"2024-01-01T00:00ZZ", std::nullopt},
   };
+  const char* const rejected[] = {"", "2024-01-01", "2024-01-01 00:00Z", "2024-1-01T00:00Z", "2099-02-29T00:00:00Z",
+      "1900-02-29T00:00Z", "2024-04-31T00:00Z", "2024-00-10T00:00Z", "2024-13-10T00:00Z", "2024-01-01T24:00Z",
+      "2024-01-01T00:60Z", "2024-01-01T00:00:60Z", "2024-01-01T00:00:0Z", "2024-01-01T00:00.Z", "2024-01-01T00:00+5",
+      "2024-01-01T00:00+053", "2024-01-01T00:00+05:", "2024-01-01T00:00+24:00", "2024-01-01T00:00+05:60",
+      "2024-01-01T00:00Z ", "2024-01-01T00:00ZZ"};
   const Calendar newYork(*TimeZone::named("America/New_York"));
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.text);
-    const std::optional<Date> date = parseIso8601(c.text, newYork);
-    ASSERT_EQ(date.has_value(), c.unixSeconds.has_value());
-    if (date) {
-      EXPECT_EQ(*date, Date(std::chrono::seconds(*c.unixSeconds) + std::chrono::nanoseconds(c.nanoseconds)));
-    }
+    EXPECT_EQ(parseIso8601(c.text, newYork), Date(std::chrono::seconds(c.unixSeconds) + std::chrono::nanoseconds(c.nanoseconds)))
+        << c.text;
   }
+  for (const char* text : rejected) EXPECT_EQ(parseIso8601(text, newYork), std::nullopt) << text;
 }
 
 }  // namespace
