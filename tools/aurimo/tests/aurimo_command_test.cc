@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "aurimo_runner.h"
+#include "testing/command_runner.h"
 
 namespace aurimo::test {
 namespace {
@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 const std::string kLink = "https://links.aurimo.app/events/";
 
 TEST(AurimoCommandTest, RunAnswersEachLinkEventLineInOrder) {
-  AurimoRunner aurimo;
+  CommandRunner aurimo(AURIMO_BINARY);
   const std::string link = R"({"event":"link","url":")" + kLink;
   const std::string explore = R"("route":{"case":"explore","articleIdentifier":null},)";
   const std::string reset = R"({"event":"resetRoute","route":null,"announcements":0,"onboardingVersion":-3})";
@@ -56,7 +56,7 @@ TEST(AurimoCommandTest, RunAnswersEachLinkEventLineInOrder) {
 // second one reads a FIFO, which holds the run until the test has looked at
 // the pipe, so nothing needs to wait for the first answer.
 TEST(AurimoCommandTest, RunFlushesEachAnswerBeforeReadingTheNextEvent) {
-  AurimoRunner aurimo;
+  CommandRunner aurimo(AURIMO_BINARY);
   const std::string events = aurimo.path("events"), out = aurimo.path("out"), held = aurimo.path("held");
   ASSERT_EQ(::mkfifo(out.c_str(), 0600) | ::mkfifo(held.c_str(), 0600), 0);
   std::ofstream(events) << R"({"event":"resetRoute"})" "\n" R"({"event":"savePhoto","file":")" + held + "\"}\n";
@@ -75,7 +75,7 @@ TEST(AurimoCommandTest, RunFlushesEachAnswerBeforeReadingTheNextEvent) {
 }
 
 TEST(AurimoCommandTest, EachSubcommandPrintsItsAnswerOrOneErrorLineAndExitsByOutcome) {
-  AurimoRunner aurimo;
+  CommandRunner aurimo(AURIMO_BINARY);
   std::ofstream(aurimo.root() / "a-file") << "x";
   const std::string data = aurimo.path("data");
   const std::string declined = R"({"event":"link","handled":false,"route":null,"announcements":0,"onboardingVersion":9223372036854775807})" "\n";

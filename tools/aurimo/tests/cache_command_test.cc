@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "aurimo_runner.h"
+#include "testing/command_runner.h"
 
 namespace aurimo::test {
 namespace {
@@ -19,7 +19,7 @@ struct Step {
 };
 
 TEST(CacheCommandTest, EachSubcommandAnswersThroughTheLibrarysOwnFiles) {
-  AurimoRunner aurimo;
+  CommandRunner aurimo(AURIMO_BINARY);
   const std::string value("binary\0value\n", 13);
   const std::string photo = "72ACDED3ACD45E4C8B6ED680854B8AB1.jpg";  // the key's MD5, keeping its extension
   const std::string usage = "aurimo: * (see aurimo --help)\n";

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "aurimo_runner.h"
+#include "testing/command_runner.h"
 #include "events/events.h"
 #include "platform/directories.h"
 #include "platform/ph_photo_library.h"
@@ -22,7 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 TEST(MediaEventsTest, PhotosSaveByPermissionAndImagesLandInTheRoutedCacheAcrossLaunches) {
-  AurimoRunner aurimo;
+  CommandRunner aurimo(AURIMO_BINARY);
   const std::string png = std::string("\x89PNG\r\n\x1a\n", 8) + std::string(24, '\0');
   std::ofstream(aurimo.root() / "in.png", std::ios::binary) << png;
   std::ofstream(aurimo.root() / "in.jpg", std::ios::binary) << std::string(4096, 'j');

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "aurimo_runner.h"
+#include "testing/command_runner.h"
 
 namespace aurimo::test {
 namespace {
@@ -20,7 +20,7 @@ const std::string kTrial = R"({"identifier":"trial_expiration_reminder","categor
 const std::string kBoth = R"(],"pending":[)" + kDiscount + "," + kTrial + "]}";
 
 TEST(NotificationCommandTest, EventsAnswerWithTheirBroadcastsAndThePendingRequestsKeptBetweenLaunches) {
-  AurimoRunner aurimo;
+  CommandRunner aurimo(AURIMO_BINARY);
   const std::vector<std::string> run = {"--data-dir", aurimo.path("data"), "run"};
   aurimo.expectRun({
       // The launch sees an undecided user: no broadcast, nothing to update.

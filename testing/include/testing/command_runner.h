@@ -1,9 +1,12 @@
 #pragma once
-// AurimoRunner: runs the built `aurimo` as a user would, with HOME, the XDG
-// folders and TZ pointed into a fresh temporary folder that lives as long as
-// the runner, so state carries from one run to the next.
+// CommandRunner: runs a built command-line program as a user would, with
+// HOME, the XDG folders and TZ pointed into a fresh temporary folder that lives
+// as long as the runner, so state carries from one run to the next. The
+// command's tests and the benchmarks that time whole processes share it.
 //
-//   AurimoRunner aurimo;
+// Thread contract: one thread at a time.
+//
+//   CommandRunner aurimo(AURIMO_BINARY);
 //   Outcome info = aurimo({"info"});
 //   EXPECT_TRUE(aurimo.matches(R"({"version":"*","settingsDirectory":"<ROOT>/config/aurimo"*)", info.out));
 
@@ -17,6 +20,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "testing/temporary_directory.h"
@@ -28,7 +32,7 @@ struct Outcome {
   std::string out, err;
 };
 
-// A line fed to `aurimo run` and the pattern of its answer line; no answer when `out` is empty.
+// A line fed to the program and the pattern of its answer line; no answer when `out` is empty.
 struct Exchange {
   std::string in, out;
 };
@@ -38,8 +42,10 @@ inline std::string slurp(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-class AurimoRunner {
+class CommandRunner {
  public:
+  explicit CommandRunner(std::string binary) : binary_(std::move(binary)) {}
+
   Outcome operator()(const std::vector<std::string>& arguments, const std::string& input = "") const {
     std::ofstream(io_.path() / "stdin", std::ios::binary) << input;
     const std::string io = io_.path().string();
@@ -49,12 +55,12 @@ class AurimoRunner {
     return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(io + "/stdout"), slurp(io + "/stderr")};
   }
 
-  // The shell command that runs `aurimo` with `arguments` in this runner's folders.
+  // The shell command that runs the program with `arguments` in this runner's folders.
   std::string command(const std::vector<std::string>& arguments) const {
     std::string command = "TZ=" + quoted(zone) + " HOME=" + quoted(root().string()) +
                           " XDG_CONFIG_HOME=" + quoted(path("config")) + " XDG_STATE_HOME=" + quoted(path("state")) +
                           " XDG_CACHE_HOME=" + quoted(path("cache")) + " XDG_PICTURES_DIR=" + quoted(path("pictures")) +
-                          " " + AURIMO_BINARY;
+                          " " + quoted(binary_);
     for (const std::string& argument : arguments) command += " " + quoted(argument);
     return command;
   }
@@ -78,7 +84,7 @@ class AurimoRunner {
     return ::testing::AssertionFailure() << "\n  expected: " << pattern << "\n  got:      " << text;
   }
 
-  // Feeds every exchange's line to one run; expects exit 0, nothing on stderr and the answers in order.
+  // Feeds every exchange's line to one run (a program that answers lines, as `aurimo run`); expects exit 0, nothing on stderr and the answers in order.
   void expectRun(const std::vector<Exchange>& exchanges, const std::vector<std::string>& arguments = {"run"}) const {
     std::string input;
     std::vector<std::string> answers;
@@ -107,6 +113,7 @@ class AurimoRunner {
     return false;
   }
 
+  std::string binary_;
   TemporaryDirectory home_;
   TemporaryDirectory io_;  // the runs' stdin, stdout and stderr, kept out of the home folder
 };
