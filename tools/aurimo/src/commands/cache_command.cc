@@ -160,21 +160,29 @@ int put(const CacheOptions& options) {
   return kExitSuccess;
 }
 
-int get(const CacheOptions& options) {
+// Runs `work` on the key's storage; a miss becomes "cache COMMAND: no value for the key KEY", exit 1.
+template <class Work>
+int onKey(const CacheOptions& options, const char* command, Work work) {
   try {
-    const platform::Data value = openStorage(options, platform::FileManager::defaultManager())->object(options.key);
-    std::cout.write(reinterpret_cast<const char*>(value.data()), static_cast<std::streamsize>(value.size()));
-    std::cout.flush();
+    work(*openStorage(options, platform::FileManager::defaultManager()));
     return kExitSuccess;
   } catch (const std::exception& error) {
-    if (isNotFound(error)) return fail(kExitFailure, "cache get: no value for the key " + options.key);
+    if (isNotFound(error)) return fail(kExitFailure, std::string("cache ") + command + ": no value for the key " + options.key);
     throw;
   }
 }
 
+int get(const CacheOptions& options) {
+  return onKey(options, "get", [&](CacheStorage& storage) {
+    const platform::Data value = storage.object(options.key);
+    std::cout.write(reinterpret_cast<const char*>(value.data()), static_cast<std::streamsize>(value.size()));
+    std::cout.flush();
+  });
+}
+
 int entry(const CacheOptions& options) {
-  try {
-    const auto found = openStorage(options, platform::FileManager::defaultManager())->entry(options.key);
+  return onKey(options, "entry", [&](CacheStorage& storage) {
+    const auto found = storage.entry(options.key);
     nlohmann::ordered_json line;
     line["key"] = options.key;
     line["path"] = found.filePath.value_or("");
@@ -182,21 +190,11 @@ int entry(const CacheOptions& options) {
     line["expired"] = found.expiry.isExpired();
     line["bytes"] = found.object.size();
     std::cout << EventHost::format(line) << '\n';
-    return kExitSuccess;
-  } catch (const std::exception& error) {
-    if (isNotFound(error)) return fail(kExitFailure, "cache entry: no value for the key " + options.key);
-    throw;
-  }
+  });
 }
 
 int remove(const CacheOptions& options) {
-  try {
-    openStorage(options, platform::FileManager::defaultManager())->removeObject(options.key);
-    return kExitSuccess;
-  } catch (const std::exception& error) {
-    if (isNotFound(error)) return fail(kExitFailure, "cache rm: no value for the key " + options.key);
-    throw;
-  }
+  return onKey(options, "rm", [&](CacheStorage& storage) { storage.removeObject(options.key); });
 }
 
 int list(const CacheOptions& options) {
