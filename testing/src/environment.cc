@@ -23,7 +23,9 @@ class Environment::Pins {
         notificationCenter(platform::NotificationCenter::slot(), env.notificationCenter_),
         bundle(platform::Bundle::mainSlot(), env.bundle_),
         userNotificationCenter(platform::UNUserNotificationCenter::slot(), env.userNotificationCenter_),
-        photoLibrary(platform::PHPhotoLibrary::slot(), env.photoLibrary_) {}
+        photoLibrary(platform::PHPhotoLibrary::slot(), env.photoLibrary_),
+        device(platform::UIDevice::slot(), env.device),
+        screen(platform::UIScreen::slot(), env.screen) {}
 
   ScopedReplacement<platform::Clock> clock;
   ScopedReplacement<platform::TimeZone> timeZone;
@@ -34,6 +36,8 @@ class Environment::Pins {
   ScopedReplacement<platform::Bundle> bundle;
   ScopedReplacement<platform::UNUserNotificationCenter> userNotificationCenter;
   ScopedReplacement<platform::PHPhotoLibrary> photoLibrary;
+  ScopedReplacement<platform::UIDevice> device;
+  ScopedReplacement<platform::UIScreen> screen;
 };
 
 Environment::Environment(std::string_view timeZone)
@@ -80,6 +84,8 @@ platform::Services Environment::services() const {
       .bundle = bundle_,
       .userNotificationCenter = userNotificationCenter_,
       .photoLibrary = photoLibrary_,
+      .device = device,
+      .screen = screen,
   };
 }
 

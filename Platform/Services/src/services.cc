@@ -13,6 +13,8 @@ Services Services::defaults() {
       .bundle = Bundle::mainSlot().shared(),
       .userNotificationCenter = UNUserNotificationCenter::slot().shared(),
       .photoLibrary = PHPhotoLibrary::slot().shared(),
+      .device = UIDevice::slot().shared(),
+      .screen = UIScreen::slot().shared(),
   };
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // Environment: one world for a test, a benchmark or the command-line host.
 // It owns a fresh temporary folder and pins every process-wide service to
-// its own: a FakeClock, a time zone, directories inside the folder, user
+// its own: a FakeClock, a time zone, the device and its screen, directories inside the folder, user
 // defaults kept there, a new notification centre, a fault-injecting file
 // manager over the real one, the user-notification and photo "system" sides
 // answered by a scripted person, and the main bundle. services() hands the
@@ -78,6 +78,10 @@ class Environment {
   const std::shared_ptr<FaultyFileManager> files = std::make_shared<FaultyFileManager>();
   // The person in front of the screen: answers every question from a script.
   const std::shared_ptr<ScriptedPerson> person = std::make_shared<ScriptedPerson>();
+  // The device played: the current platform release on a phone with a 3x screen.
+  const std::shared_ptr<platform::UIDevice> device =
+      std::make_shared<platform::UIDevice>(platform::UIDevice::kDefaultSystemVersion, "iPhone");
+  const std::shared_ptr<platform::UIScreen> screen = std::make_shared<platform::UIScreen>(3);
 
  private:
   class Pins;

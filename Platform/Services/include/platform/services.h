@@ -20,6 +20,8 @@
 #include "platform/notification_center.h"
 #include "platform/ph_photo_library.h"
 #include "platform/time_zone.h"
+#include "platform/ui_device.h"
+#include "platform/ui_screen.h"
 #include "platform/un_user_notification_center.h"
 #include "platform/user_defaults.h"
 
@@ -36,6 +38,9 @@ struct Services {
   // The "system" sides of user notifications and of the photo library.
   std::shared_ptr<UNUserNotificationCenter> userNotificationCenter;
   std::shared_ptr<PHPhotoLibrary> photoLibrary;
+  // The device played and its main screen.
+  std::shared_ptr<UIDevice> device;
+  std::shared_ptr<UIScreen> screen;
 
   // The process-wide services, as their slots hold them now.
   static Services defaults();

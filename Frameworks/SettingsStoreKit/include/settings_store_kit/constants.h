@@ -1,0 +1,25 @@
+#pragma once
+// Constants: the fixed web addresses the app talks to.
+//
+// Thread contract: constants; any thread.
+//
+//   std::string endpoint = std::string(SettingsStoreKit::Constants::apiBaseUrl) + "v1/collections";
+
+#include <string_view>
+
+#include "platform/url.h"
+
+namespace aurimo::SettingsStoreKit {
+
+struct Constants {
+  struct CDN {
+    static constexpr std::string_view baseURLString = "https://cdn.aurimo.app/";
+    // A valid constant; failing to parse it is a programming error and stops the process.
+    static platform::URL baseURL();
+  };
+
+  static constexpr std::string_view apiBaseUrl = "https://api.aurimo.app/";
+  static constexpr std::string_view apiRecognitionBaseUrl = "https://recognition.aurimo.app/";
+};
+
+}  // namespace aurimo::SettingsStoreKit

@@ -1,0 +1,79 @@
+#pragma once
+// UIViewController: a screen of the headless UI model. It owns its view
+// (made on first access by loadView(), then viewDidLoad()), the controller it
+// presents, and, as a container, its children. present() and dismiss() act at
+// once and then call their completion; appearance callbacks run as the
+// platform runs them. A presented screen's view joins the presenter's window.
+//
+// Thread contract: main thread only (checked in debug builds).
+//
+//   auto sheet = std::make_shared<platform::UIViewController>();
+//   screen->present(sheet, /*animated=*/true);
+//   sheet->dismiss(/*animated=*/true);
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "platform/ui_view.h"
+
+namespace aurimo::platform {
+
+class UINavigationController;
+
+class UIViewController : public std::enable_shared_from_this<UIViewController> {
+ public:
+  UIViewController();
+  virtual ~UIViewController();
+  UIViewController(const UIViewController&) = delete;
+  UIViewController& operator=(const UIViewController&) = delete;
+
+  // The view, loaded on first access.
+  const std::shared_ptr<UIView>& view();
+  bool isViewLoaded() const { return view_ != nullptr; }
+
+  // The controller this one presents, and the one presenting it (non-owning).
+  const std::shared_ptr<UIViewController>& presentedViewController() const { return presented_; }
+  UIViewController* presentingViewController() const { return presenting_; }
+  // The container this controller is a child of (non-owning), and the nearest
+  // navigation controller among its containers.
+  UIViewController* parent() const { return parent_; }
+  UINavigationController* navigationController() const;
+
+  // Presents `controller` above this one. A controller that already presents
+  // another, or one that is already presented, is reported on stderr and left
+  // alone, as the platform does; `completion` does not run then.
+  void present(std::shared_ptr<UIViewController> controller, bool animated,
+               std::function<void()> completion = nullptr);
+  // Dismisses what this controller presents (with everything above it), or,
+  // when it presents nothing, dismisses itself from its presenter.
+  void dismiss(bool animated, std::function<void()> completion = nullptr);
+  // True while this controller is being dismissed (during its disappearance callbacks).
+  bool isBeingDismissed() const { return beingDismissed_; }
+  bool isBeingPresented() const { return beingPresented_; }
+
+ protected:
+  // Makes the view; the default is a plain UIView.
+  virtual std::shared_ptr<UIView> loadView();
+  virtual void viewDidLoad() {}
+  virtual void viewWillAppear(bool /*animated*/) {}
+  virtual void viewDidAppear(bool /*animated*/) {}
+  virtual void viewWillDisappear(bool /*animated*/) {}
+  virtual void viewDidDisappear(bool /*animated*/) {}
+
+  // For containers: adopt or release `child` as theirs.
+  void addChild(UIViewController& child);
+  static void removeFromParent(UIViewController& child);
+
+ private:
+  void dismissPresented(bool animated);
+
+  std::shared_ptr<UIView> view_;
+  std::shared_ptr<UIViewController> presented_;
+  UIViewController* presenting_ = nullptr;
+  UIViewController* parent_ = nullptr;
+  bool beingPresented_ = false;
+  bool beingDismissed_ = false;
+};
+
+}  // namespace aurimo::platform

@@ -1,0 +1,67 @@
+#include "platform/ui_view.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/dispatch_queue.h"
+#include "platform/fatal_error.h"
+#include "platform/ui_window.h"
+
+namespace aurimo::platform {
+
+UIView::UIView() { dispatchPreconditionOnMain(); }
+
+UIView::~UIView() {
+  // Subviews that someone else keeps alive must not point back at a dead view.
+  for (const std::shared_ptr<UIView>& subview : subviews_) subview->superview_ = nullptr;
+}
+
+UIWindow* UIView::window() {
+  UIView* view = this;
+  while (view->superview_) view = view->superview_;
+  return view->asWindow();
+}
+
+void UIView::addSubview(std::shared_ptr<UIView> view) {
+  dispatchPreconditionOnMain();
+  if (!view) fatalError("addSubview with a null view");
+  if (view->isDescendant(*this)) fatalError("addSubview would make a view its own ancestor");
+  if (view->superview_ == this) {
+    bringSubviewToFront(*view);
+    return;
+  }
+  view->removeFromSuperview();
+  view->superview_ = this;
+  subviews_.push_back(std::move(view));
+}
+
+void UIView::bringSubviewToFront(const UIView& view) {
+  dispatchPreconditionOnMain();
+  auto found = std::find_if(subviews_.begin(), subviews_.end(), [&](const auto& s) { return s.get() == &view; });
+  if (found != subviews_.end()) std::rotate(found, found + 1, subviews_.end());
+}
+
+void UIView::removeFromSuperview() {
+  dispatchPreconditionOnMain();
+  UIView* parent = std::exchange(superview_, nullptr);
+  if (!parent) return;
+  auto& siblings = parent->subviews_;
+  auto found = std::find_if(siblings.begin(), siblings.end(), [&](const auto& s) { return s.get() == this; });
+  if (found == siblings.end()) return;
+  std::shared_ptr<UIView> keepAlive = std::move(*found);  // `this` may be owned only by the parent
+  siblings.erase(found);
+}
+
+bool UIView::isDescendant(const UIView& view) const {
+  for (const UIView* node = &view; node; node = node->superview_) {
+    if (node == this) return true;
+  }
+  return false;
+}
+
+void UIView::setHidden(bool hidden) {
+  dispatchPreconditionOnMain();
+  hidden_ = hidden;
+}
+
+}  // namespace aurimo::platform

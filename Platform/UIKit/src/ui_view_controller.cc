@@ -1,0 +1,95 @@
+#include "platform/ui_view_controller.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "platform/dispatch_queue.h"
+#include "platform/ui_navigation_controller.h"
+#include "platform/ui_window.h"
+
+namespace aurimo::platform {
+
+UIViewController::UIViewController() { dispatchPreconditionOnMain(); }
+
+UIViewController::~UIViewController() {
+  if (presented_) presented_->presenting_ = nullptr;
+}
+
+const std::shared_ptr<UIView>& UIViewController::view() {
+  dispatchPreconditionOnMain();
+  if (!view_) {
+    view_ = loadView();
+    viewDidLoad();
+  }
+  return view_;
+}
+
+std::shared_ptr<UIView> UIViewController::loadView() { return std::make_shared<UIView>(); }
+
+UINavigationController* UIViewController::navigationController() const {
+  for (UIViewController* container = parent_; container; container = container->parent_) {
+    if (auto* navigation = dynamic_cast<UINavigationController*>(container)) return navigation;
+  }
+  return nullptr;
+}
+
+void UIViewController::present(std::shared_ptr<UIViewController> controller, bool animated,
+                               std::function<void()> completion) {
+  dispatchPreconditionOnMain();
+  if (!controller) return;
+  if (presented_ || controller->presenting_ || controller.get() == this) {
+    std::fprintf(stderr, "aurimo: attempt to present a view controller on one that is already presenting "
+                         "or that is itself presented; ignored\n");
+    return;
+  }
+  presented_ = std::move(controller);
+  UIViewController& shown = *presented_;
+  shown.presenting_ = this;
+  shown.beingPresented_ = true;
+  shown.viewWillAppear(animated);
+  if (UIWindow* window = view()->window()) window->addSubview(shown.view());
+  shown.viewDidAppear(animated);
+  shown.beingPresented_ = false;
+  if (completion) completion();
+}
+
+void UIViewController::dismiss(bool animated, std::function<void()> completion) {
+  dispatchPreconditionOnMain();
+  // Keeps this controller alive when its presenter held the last reference.
+  std::shared_ptr<UIViewController> self = weak_from_this().lock();
+  if (presented_) {
+    dismissPresented(animated);
+  } else if (presenting_) {
+    presenting_->dismissPresented(animated);
+  } else {
+    return;
+  }
+  if (completion) completion();
+}
+
+void UIViewController::dismissPresented(bool animated) {
+  std::shared_ptr<UIViewController> leaving = presented_;
+  if (!leaving) return;
+  if (leaving->presented_) leaving->dismissPresented(animated);  // top of the chain first
+  leaving->beingDismissed_ = true;
+  leaving->viewWillDisappear(animated);
+  if (leaving->isViewLoaded()) leaving->view()->removeFromSuperview();
+  presented_.reset();
+  leaving->presenting_ = nullptr;
+  leaving->viewDidDisappear(animated);
+  leaving->beingDismissed_ = false;
+}
+
+void UIViewController::addChild(UIViewController& child) {
+  dispatchPreconditionOnMain();
+  if (child.parent_ == this) return;
+  removeFromParent(child);
+  child.parent_ = this;
+}
+
+void UIViewController::removeFromParent(UIViewController& child) {
+  if (child.isViewLoaded() && child.parent_) child.view()->removeFromSuperview();
+  child.parent_ = nullptr;
+}
+
+}  // namespace aurimo::platform
