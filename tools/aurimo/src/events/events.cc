@@ -3,9 +3,11 @@
 namespace aurimo::tool {
 
 void registerAllEvents(EventHost& host) {
-  host.add(linkEvents());
-  host.add(mediaEvents());
-  host.add(notificationEvents());
+  auto app = std::make_shared<AppSession>(host.person());
+  host.add(appEvents(app));
+  host.add(linkEvents(app));
+  host.add(mediaEvents(app));
+  host.add(notificationEvents(app));
 }
 
 }  // namespace aurimo::tool

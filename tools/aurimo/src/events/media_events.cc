@@ -22,10 +22,10 @@
 #include "app_context/media/cache_helper.h"
 #include "app_context/media/photo_library_manager.h"
 #include "events/events.h"
-#include "platform/file_manager.h"
 #include "platform/base64.h"
 #include "platform/file_manager.h"
 #include "platform/ph_photo_library.h"
+#include "support/app_session.h"
 
 namespace aurimo::tool {
 namespace {
@@ -33,20 +33,6 @@ namespace {
 namespace fs = std::filesystem;
 using platform::PHAccessLevel;
 using platform::PHAuthorizationStatus;
-
-// Replaces the process-wide photo library for the rest of the run with one
-// whose questions the events answer; nobody answers before a photoPermission event.
-struct PhotoSession {
-  explicit PhotoSession(const std::shared_ptr<HostPerson>& person)
-      : library(std::make_shared<platform::PHPhotoLibrary>(person)), photoLibraryManager(library) {
-    person->answer(kind, std::nullopt);
-    platform::PHPhotoLibrary::slot().replace(library);
-  }
-
-  const std::string kind{platform::PHPhotoLibrary::kPermissionKind};
-  std::shared_ptr<platform::PHPhotoLibrary> library;
-  PhotoLibraryManager photoLibraryManager;
-};
 
 // The choice the user takes when asked; nullopt for a status only the system's settings set.
 std::optional<std::string> choiceFor(PHAuthorizationStatus status) {
@@ -101,55 +87,47 @@ nlohmann::ordered_json orNull(const std::optional<fs::path>& path) {
 
 class MediaEvents final : public EventModule {
  public:
+  explicit MediaEvents(std::shared_ptr<AppSession> app) : app_(std::move(app)) {}
   void registerEvents(EventHost& host) override;
 
  private:
-  // Started by the first well-formed photo event; the image cache needs none.
-  PhotoSession& photos() {
-    if (!photos_) photos_ = std::make_unique<PhotoSession>(host_->person());
-    return *photos_;
-  }
-
-  EventHost* host_ = nullptr;
-  std::unique_ptr<PhotoSession> photos_;
-  CacheHelper cacheHelper_;
+  const std::shared_ptr<AppSession> app_;
 };
 
 void MediaEvents::registerEvents(EventHost& host) {
-  host_ = &host;
-  host.on("photoPermission", [this](const nlohmann::json& event) {
+  host.on("photoPermission", [this, person = host.person()](const nlohmann::json& event) {
+    app_->context();
     const std::string answer = requiredString(event, "answer");
     const std::optional<PHAuthorizationStatus> chosen = platform::authorizationStatusNamed(answer);
     if (!chosen) throw EventError("photoPermission: unknown answer \"" + answer + "\"");
 
-    PhotoSession& session = photos();
+    PhotoLibraryManager& photos = app_->context().photoLibraryManager();
     const std::optional<std::string> choice = choiceFor(*chosen);
-    host_->person()->answer(session.kind, choice);
-    if (!session.photoLibraryManager.canRequestPermissions() || !choice) {
+    person->answer(std::string(platform::PHPhotoLibrary::kPermissionKind), choice);
+    if (!photos.canRequestPermissions() || !choice) {
       if (auto error = platform::PHPhotoLibrary::shared().setAuthorizationStatus(PHAccessLevel::addOnly, *chosen)) {
         throw EventError("photoPermission: " + error->message);
       }
     }
 
     std::promise<PHAuthorizationStatus> result;
-    session.photoLibraryManager.requestAuthorization(
-        [&result](PHAuthorizationStatus status) { result.set_value(status); });
+    photos.requestAuthorization([&result](PHAuthorizationStatus status) { result.set_value(status); });
     const PHAuthorizationStatus status = result.get_future().get();
-    return [&session, answer, status](nlohmann::ordered_json& out) {
+    return [&photos, answer, status](nlohmann::ordered_json& out) {
       out["answer"] = answer;
       out["status"] = std::string(platform::name(status));
-      out["canRequestPermissions"] = session.photoLibraryManager.canRequestPermissions();
-      out["photoLibraryHasAddPermissionOrMore"] = session.photoLibraryManager.photoLibraryHasAddPermissionOrMore();
+      out["canRequestPermissions"] = photos.canRequestPermissions();
+      out["photoLibraryHasAddPermissionOrMore"] = photos.photoLibraryHasAddPermissionOrMore();
     };
   });
 
   host.on("savePhoto", [this](const nlohmann::json& event) {
+    PhotoLibraryManager& photos = app_->context().photoLibraryManager();
     platform::Data bytes = requiredBytes(event);
     const std::size_t size = bytes.size();
-    PhotoSession& session = photos();
     platform::PHPhotoLibrary& library = platform::PHPhotoLibrary::shared();
     const std::set<fs::path> before = filesIn(library.assetsDirectory());
-    session.photoLibraryManager.savePhotoData(std::move(bytes));
+    photos.savePhotoData(std::move(bytes));
     library.changeQueue().sync([] {});
 
     // The save reports nothing, so the new photo is whatever file appeared.
@@ -164,11 +142,13 @@ void MediaEvents::registerEvents(EventHost& host) {
   });
 
   host.on("imageCacheWrite", [this](const nlohmann::json& event) {
+    app_->context();
+    CacheHelper& cache = app_->imageCache();
     const std::string key = requiredString(event, "key");
     const platform::Data bytes = requiredBytes(event);
-    cacheHelper_.write(bytes, key);
+    cache.write(bytes, key);
     // The write's outcome is not reported; a read queued behind it waits it out.
-    (void)readAndWait(cacheHelper_, key);
+    (void)readAndWait(cache, key);
 
     std::optional<fs::path> file = fs::path(CacheHelper::storage(key).hybridStorage().diskStorage().filePath(key));
     std::error_code ignored;
@@ -182,8 +162,9 @@ void MediaEvents::registerEvents(EventHost& host) {
   });
 
   host.on("imageCacheRead", [this](const nlohmann::json& event) {
+    app_->context();
     const std::string key = requiredString(event, "key");
-    const std::optional<platform::Data> data = readAndWait(cacheHelper_, key);
+    const std::optional<platform::Data> data = readAndWait(app_->imageCache(), key);
     return [key, bytes = data ? std::optional<std::size_t>(data->size()) : std::nullopt](nlohmann::ordered_json& out) {
       out["key"] = key;
       out["storage"] = std::string(CacheHelper::storageName(key));
@@ -194,6 +175,8 @@ void MediaEvents::registerEvents(EventHost& host) {
 
 }  // namespace
 
-std::unique_ptr<EventModule> mediaEvents() { return std::make_unique<MediaEvents>(); }
+std::unique_ptr<EventModule> mediaEvents(std::shared_ptr<AppSession> app) {
+  return std::make_unique<MediaEvents>(std::move(app));
+}
 
 }  // namespace aurimo::tool

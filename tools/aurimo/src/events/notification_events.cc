@@ -5,11 +5,11 @@
 //   {"event":"notificationTap","category":"…"}
 //   {"event":"trialReminder","start":ISO8601,"end":ISO8601}
 // each answered with the manager's broadcasts delivered while the event
-// settled, in order, and the pending requests afterwards.
+// settled, in order, and the pending requests afterwards; "foreground" also
+// with the calls the context made on the app's screens and managers.
 //
-// The first of these events starts the subsystem as the app's launch does:
-// scheduler, manager (whose start-up refresh may broadcast), a first schedule
-// update. The app's discount reminder is stood in for by a daily 19:00 one.
+// The first of these events also reports what the launch's permission refresh
+// broadcast, unless a launch event reported it.
 
 #include <cstdint>
 #include <memory>
@@ -28,78 +28,13 @@
 #include "platform/iso8601.h"
 #include "platform/notification_center.h"
 #include "platform/un_user_notification_center.h"
+#include "support/app_session.h"
 #include "support/notification_json.h"
 
 namespace aurimo::tool {
 namespace {
 
 using platform::UNAuthorizationStatus;
-
-class BroadcastRecorder {
- public:
-  BroadcastRecorder() {
-    using M = QzUserNotificationManager;
-    for (platform::NotificationName name :
-         {M::systemAllowsToUseNotificationsValueDidChangeNotification(), M::didInitialSetupNotificationsPermissonsOrChanged(),
-          M::didRequestAuthorizationNotification(), M::userGetPushNotification(),
-          M::userNotificationOpensAppNotification()}) {
-      tokens_.push_back(platform::NotificationCenter::defaultCenter().addObserver(
-          name, nullptr, [this](const platform::Notification& n) {
-            nlohmann::ordered_json entry;
-            entry["name"] = n.name.rawValue();
-            entry["userInfo"] = n.userInfo.is_object() ? nlohmann::ordered_json(n.userInfo) : nlohmann::ordered_json::object();
-            std::lock_guard lock(mutex_);
-            entries_.push_back(std::move(entry));
-          }));
-    }
-  }
-
-  std::size_t count() const {
-    std::lock_guard lock(mutex_);
-    return entries_.size();
-  }
-  nlohmann::ordered_json since(std::size_t mark) const {
-    std::lock_guard lock(mutex_);
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (std::size_t i = mark; i < entries_.size(); ++i) list.push_back(entries_[i]);
-    return list;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<nlohmann::ordered_json> entries_;  // guarded by mutex_
-  std::vector<platform::ObserverToken> tokens_;   // declared last: unregisters first
-};
-
-// The subsystem as the app's launch leaves it; the recorder, made first,
-// hears the launch's own broadcasts.
-struct NotificationSession {
-  explicit NotificationSession(std::shared_ptr<platform::Person> person) {
-    platform::UNUserNotificationCenter::slot().replace(std::make_shared<platform::UNUserNotificationCenter>(
-        platform::Directories::current().stateDirectory(), std::move(person)));
-    // In the order the application context creates them.
-    scheduler = QzLocalUserNotificationScheduler::create();
-    manager = QzUserNotificationManager::create();
-    scheduler->setScheduleDiscount([] {
-      platform::UNMutableNotificationContent content;
-      content.title = "Your discount is waiting";
-      content.sound = platform::UNNotificationSound::defaultSound();
-      content.categoryIdentifier = std::string(QzUserNotificationManager::discountReminderNotificationCategoryIdentifier);
-      platform::UNUserNotificationCenter::current().add(
-          platform::UNNotificationRequest(
-              "discount_reminder", content,
-              std::make_shared<platform::UNCalendarNotificationTrigger>(
-                  platform::DateComponents{.hour = 19, .minute = 0, .second = 0}, /*repeats=*/true)),
-          nullptr);
-    });
-    scheduler->updateSchedule(nullptr);
-  }
-
-
-  BroadcastRecorder broadcasts;
-  std::shared_ptr<QzLocalUserNotificationScheduler> scheduler;
-  std::shared_ptr<QzUserNotificationManager> manager;
-};
 
 std::optional<UNAuthorizationStatus> statusNamed(const std::string& name) {
   static const std::pair<const char*, UNAuthorizationStatus> kStatuses[] = {
@@ -122,43 +57,37 @@ platform::Date requiredDate(const nlohmann::json& event, const char* field) {
 
 class NotificationEvents final : public EventModule {
  public:
+  explicit NotificationEvents(std::shared_ptr<AppSession> app) : app_(std::move(app)) {}
   void registerEvents(EventHost& host) override;
 
  private:
-  // Started by the first notification event, so other commands never touch notification state.
-  NotificationSession& started() {
-    if (!session_) {
-      session_ = std::make_unique<NotificationSession>(host_->person());
-      // The launch settles before the event's own work, so the two never race.
-      host_->settle();
-    }
-    return *session_;
-  }
-
-  EventHost* host_ = nullptr;
-  std::unique_ptr<NotificationSession> session_;
+  const std::shared_ptr<AppSession> app_;
 };
 
 void NotificationEvents::registerEvents(EventHost& host) {
-  host_ = &host;
-  // Wraps an event's work: broadcasts are counted from before the session starts.
-  auto on = [this, &host](std::string name, std::function<void(NotificationSession&, const nlohmann::json&)> work) {
+  // Wraps an event's work: the app launches first, then broadcasts are counted
+  // from the session's mark and the calls on the app's managers from here.
+  auto on = [this, &host](std::string name, std::function<void(AppContext&, const nlohmann::json&)> work) {
     host.on(std::move(name), [this, work = std::move(work)](const nlohmann::json& event) -> EventHost::Answer {
-      const std::size_t mark = session_ ? session_->broadcasts.count() : 0;
-      NotificationSession& session = started();
-      work(session, event);
-      return [&session, mark](nlohmann::ordered_json& out) {
-        out["broadcasts"] = session.broadcasts.since(mark);
+      AppContext& context = app_->context();
+      const std::size_t mark = app_->takeBroadcastMark();
+      const std::size_t calls = app_->calls().count();
+      work(context, event);
+      const bool withCalls = event["event"] == "foreground";
+      return [app = app_, mark, calls, withCalls](nlohmann::ordered_json& out) {
+        out["broadcasts"] = app->broadcastsSince(mark);
         out["pending"] = pendingRequestsJson(pendingRequests(platform::UNUserNotificationCenter::current()));
+        if (withCalls) out["calls"] = app->calls().since(calls);
       };
     });
   };
 
-  on("foreground", [](NotificationSession&, const nlohmann::json&) {
+  on("foreground", [](AppContext& context, const nlohmann::json&) {
     platform::NotificationCenter::defaultCenter().post(platform::UIApplication::willEnterForegroundNotification());
+    context.applicationWillEnterForeground();
   });
 
-  on("notificationSystem", [person = host.person()](NotificationSession&, const nlohmann::json& event) {
+  on("notificationSystem", [person = host.person()](AppContext&, const nlohmann::json& event) {
     std::optional<UNAuthorizationStatus> status;
     if (std::optional<std::string> name = optionalString(event, "status")) {
       status = statusNamed(*name);
@@ -182,12 +111,12 @@ void NotificationEvents::registerEvents(EventHost& host) {
     }
   });
 
-  on("requestNotificationPermission", [](NotificationSession& session, const nlohmann::json&) {
+  on("requestNotificationPermission", [](AppContext& context, const nlohmann::json&) {
     // The answer shows in the broadcasts.
-    session.manager->requestAuthorization([](bool, std::optional<platform::UNError>) {});
+    context.localUserNotificationManager()->requestAuthorization([](bool, std::optional<platform::UNError>) {});
   });
 
-  on("notificationTap", [](NotificationSession&, const nlohmann::json& event) {
+  on("notificationTap", [](AppContext&, const nlohmann::json& event) {
     platform::UNMutableNotificationContent content;
     content.categoryIdentifier = requiredString(event, "category");
     platform::UNNotificationResponse response{
@@ -195,15 +124,17 @@ void NotificationEvents::registerEvents(EventHost& host) {
     platform::UNUserNotificationCenter::current().openNotification(response, nullptr);
   });
 
-  on("trialReminder", [](NotificationSession& session, const nlohmann::json& event) {
+  on("trialReminder", [](AppContext& context, const nlohmann::json& event) {
     const platform::Date start = requiredDate(event, "start");
     const platform::Date end = requiredDate(event, "end");
-    session.scheduler->scheduleTrialExpirationReminder(start, end);
+    context.localUserNotificationScheduler()->scheduleTrialExpirationReminder(start, end);
   });
 }
 
 }  // namespace
 
-std::unique_ptr<EventModule> notificationEvents() { return std::make_unique<NotificationEvents>(); }
+std::unique_ptr<EventModule> notificationEvents(std::shared_ptr<AppSession> app) {
+  return std::make_unique<NotificationEvents>(std::move(app));
+}
 
 }  // namespace aurimo::tool
