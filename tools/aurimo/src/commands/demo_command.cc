@@ -41,7 +41,13 @@ class ScratchFolder {
   std::optional<std::filesystem::path> path_;
 };
 
-void play(std::string_view session, EventHost& host, std::ostream& out) {
+// A line "#! restart" ends the app's run: the next events go to a new host,
+// as a second start of the app in the same data folder would see them.
+constexpr std::string_view kRestart = "#! restart";
+
+void play(std::string_view session, std::ostream& out) {
+  auto host = std::make_unique<EventHost>();
+  registerAllEvents(*host);
   while (!session.empty()) {
     const std::size_t end = session.find('\n');
     std::string_view line = session.substr(0, end);
@@ -50,13 +56,17 @@ void play(std::string_view session, EventHost& host, std::ostream& out) {
 
     if (line.find_first_not_of(" \t") == std::string_view::npos) {
       out << '\n';
+    } else if (line == kRestart) {
+      host.reset();  // the old app goes before the new one starts
+      host = std::make_unique<EventHost>();
+      registerAllEvents(*host);
     } else if (line.front() == '#') {
       line.remove_prefix(1);
       if (!line.empty() && line.front() == ' ') line.remove_prefix(1);
       out << line << '\n';
     } else {
       out << "  in:  " << line << '\n';
-      if (auto answer = host.handleLine(line)) out << "  out: " << EventHost::format(*answer) << '\n';
+      if (auto answer = host->handleLine(line)) out << "  out: " << EventHost::format(*answer) << '\n';
     }
   }
 }
@@ -79,9 +89,7 @@ void addDemoCommand(CommandLine& commandLine) {
           platform::Directories::Locations{root, platform::Directories::current().stateDirectory(),
                                            root / "caches", root / "pictures"}));
     }
-    EventHost host;
-    registerAllEvents(host);
-    play(demoSession(), host, std::cout);
+    play(demoSession(), std::cout);
     std::cout << std::flush;
     return kExitSuccess;
   });
