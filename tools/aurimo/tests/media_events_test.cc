@@ -59,17 +59,5 @@ TEST(MediaEventsTest, PhotosSaveByPermissionAndImagesLandInTheRoutedCacheAcrossL
 
 // The photo session starts on the first photo event, so a link or an image
 // leaves the library the process had.
-TEST(MediaEventsTest, OnlyPhotoEventsReplaceTheProcessWidePhotoLibrary) {
-  for (const auto& [event, replaces] : {std::pair{R"({"event":"link","url":"https://links.aurimo.app/events/home_tab"})", false},
-                                        std::pair{R"({"event":"imageCacheRead","key":"k"})", false},
-                                        std::pair{R"({"event":"savePhoto","base64":"aGk="})", true}}) {
-    Environment env;
-    tool::EventHost host;
-    tool::registerAllEvents(host);
-    EXPECT_FALSE(host.handle(nlohmann::json::parse(event)).contains("error")) << event;
-    EXPECT_EQ(&platform::PHPhotoLibrary::shared() != &env.photoLibrary(), replaces) << event;
-  }
-}
-
 }  // namespace
 }  // namespace aurimo::test

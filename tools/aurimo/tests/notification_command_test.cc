@@ -18,6 +18,7 @@ const std::string kRequested = R"({"name":"QzUserNotificationManager.didRequestA
 const std::string kDiscount = R"({"identifier":"discount_reminder","category":"DiscountReminder","trigger":{"year":null,"month":null,"day":null,"hour":19,"minute":0,"second":0}})";
 const std::string kTrial = R"({"identifier":"trial_expiration_reminder","category":"TrialExpirationReminder","trigger":{"year":2099,"month":1,"day":17,"hour":10,"minute":0,"second":0}})";
 const std::string kBoth = R"(],"pending":[)" + kDiscount + "," + kTrial + "]}";
+const std::string kForegroundCalls = R"(,"calls":[{"call":"tabBarController.applicationWillEnterForeground"}]})";
 
 TEST(NotificationCommandTest, EventsAnswerWithTheirBroadcastsAndThePendingRequestsKeptBetweenLaunches) {
   CommandRunner aurimo(AURIMO_BINARY);
@@ -26,8 +27,8 @@ TEST(NotificationCommandTest, EventsAnswerWithTheirBroadcastsAndThePendingReques
       // The launch sees an undecided user: no broadcast, nothing to update.
       {R"({"event":"notificationSystem","status":"authorized"})", R"({"event":"notificationSystem","broadcasts":[],"pending":[]})"},
       // The refresh finds the change; the scheduler answers the foreground and the change.
-      {R"({"event":"foreground"})", R"({"event":"foreground","broadcasts":[)" + kChanged + "true}}," + kSetup + R"(true}}],"pending":[)" + kDiscount + "]}"},
-      {R"({"event":"foreground"})", R"({"event":"foreground","broadcasts":[],"pending":[)" + kDiscount + "]}"},
+      {R"({"event":"foreground"})", R"({"event":"foreground","broadcasts":[)" + kChanged + "true}}," + kSetup + R"(true}}],"pending":[)" + kDiscount + "]" + kForegroundCalls},
+      {R"({"event":"foreground"})", R"({"event":"foreground","broadcasts":[],"pending":[)" + kDiscount + "]" + kForegroundCalls},
       // The day before ends at 21:30 in Berlin, so it moves to 10:00 the next morning.
       {R"({"event":"trialReminder","start":"2099-01-10T12:00:00+01:00","end":"2099-01-17T20:30:00Z"})", R"({"event":"trialReminder","broadcasts":[)" + kBoth},
       {R"({"event":"trialReminder","start":"2000-01-01T00:00:00Z","end":"2000-01-03T00:00:00Z"})", R"({"event":"trialReminder","broadcasts":[)" + kBoth},
@@ -46,7 +47,7 @@ TEST(NotificationCommandTest, EventsAnswerWithTheirBroadcastsAndThePendingReques
   // settings, the next foreground announces the change.
   aurimo.expectRun({
       {R"({"event":"notificationSystem","status":"authorized"})", R"({"event":"notificationSystem","broadcasts":[)" + kBoth},
-      {R"({"event":"foreground"})", R"({"event":"foreground","broadcasts":[)" + kChanged + "true}}," + kSetup + R"(true}}],"pending":[)" + kTrial + "," + kDiscount + "]}"},
+      {R"({"event":"foreground"})", R"({"event":"foreground","broadcasts":[)" + kChanged + "true}}," + kSetup + R"(true}}],"pending":[)" + kTrial + "," + kDiscount + "]" + kForegroundCalls},
   }, run);
 
   // A time without offset is local: 15:00 in New York, and the reminder a day before.
