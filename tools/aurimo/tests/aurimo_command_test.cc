@@ -51,27 +51,29 @@ TEST(AurimoCommandTest, RunAnswersEachLinkEventLineInOrder) {
   aurimo.expectRun(exchanges, {"--data-dir", aurimo.path("data"), "run"});
 }
 
-// A driver may wait for each answer before it sends the next event. Events
-// come from a script here, since reading stdin would flush stdout anyway; the
-// second one reads a FIFO, which holds the run until the test has looked at
-// the pipe, so nothing needs to wait for the first answer.
+// A driver may wait for each answer before it sends the next event. The
+// events come through a FIFO script (reading stdin would flush stdout anyway):
+// the run holds on the second line until the test has read the first answer,
+// so an answer left in the buffer would hang the test rather than pass it.
 TEST(AurimoCommandTest, RunFlushesEachAnswerBeforeReadingTheNextEvent) {
   CommandRunner aurimo(AURIMO_BINARY);
-  const std::string events = aurimo.path("events"), out = aurimo.path("out"), held = aurimo.path("held");
-  ASSERT_EQ(::mkfifo(out.c_str(), 0600) | ::mkfifo(held.c_str(), 0600), 0);
-  std::ofstream(events) << R"({"event":"resetRoute"})" "\n" R"({"event":"savePhoto","file":")" + held + "\"}\n";
-  ASSERT_EQ(std::system((aurimo.command({"run", "--script", events}) + " >" + out + " &").c_str()), 0);
+  const std::string events = aurimo.path("events"), out = aurimo.path("out");
+  ASSERT_EQ(::mkfifo(out.c_str(), 0600) | ::mkfifo(events.c_str(), 0600), 0);
   const int answers = ::open(out.c_str(), O_RDONLY | O_NONBLOCK);
-  const int release = ::open(held.c_str(), O_WRONLY);  // returns once the second event is being handled
-  char buffer[256];
-  const ssize_t first = ::read(answers, buffer, sizeof buffer);
-  EXPECT_EQ(std::string(buffer, std::max<ssize_t>(first, 0)), R"({"event":"resetRoute","route":null,"announcements":0,"onboardingVersion":null})" "\n");
-  ::close(release);
+  ASSERT_EQ(std::system((aurimo.command({"run", "--script", events}) + " >" + out + " &").c_str()), 0);
+  const int feed = ::open(events.c_str(), O_WRONLY);
+  const std::string first = R"({"event":"resetRoute"})" "\n", second = R"({"event":"flags"})" "\n";
+  ASSERT_EQ(::write(feed, first.data(), first.size()), static_cast<ssize_t>(first.size()));
   ::fcntl(answers, F_SETFL, 0);
+  char buffer[512];
+  const ssize_t got = ::read(answers, buffer, sizeof buffer);
+  EXPECT_EQ(std::string(buffer, std::max<ssize_t>(got, 0)), R"({"event":"resetRoute","route":null,"announcements":0,"onboardingVersion":null})" "\n");
+  ASSERT_EQ(::write(feed, second.data(), second.size()), static_cast<ssize_t>(second.size()));
+  ::close(feed);
   std::string rest;
   for (ssize_t count; (count = ::read(answers, buffer, sizeof buffer)) > 0;) rest.append(buffer, count);
   ::close(answers);
-  EXPECT_EQ(rest, R"({"event":"savePhoto","bytes":0,"photo":null})" "\n");
+  EXPECT_TRUE(aurimo.matches(R"({"event":"flags",*})" "\n", rest));
 }
 
 TEST(AurimoCommandTest, EachSubcommandPrintsItsAnswerOrOneErrorLineAndExitsByOutcome) {
