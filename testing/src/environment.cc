@@ -25,7 +25,8 @@ class Environment::Pins {
         userNotificationCenter(platform::UNUserNotificationCenter::slot(), env.userNotificationCenter_),
         photoLibrary(platform::PHPhotoLibrary::slot(), env.photoLibrary_),
         device(platform::UIDevice::slot(), env.device),
-        screen(platform::UIScreen::slot(), env.screen) {}
+        screen(platform::UIScreen::slot(), env.screen),
+        application(platform::UIApplication::slot(), env.application) {}
 
   ScopedReplacement<platform::Clock> clock;
   ScopedReplacement<platform::TimeZone> timeZone;
@@ -38,6 +39,7 @@ class Environment::Pins {
   ScopedReplacement<platform::PHPhotoLibrary> photoLibrary;
   ScopedReplacement<platform::UIDevice> device;
   ScopedReplacement<platform::UIScreen> screen;
+  ScopedReplacement<platform::UIApplication> application;
 };
 
 Environment::Environment(std::string_view timeZone)
@@ -86,6 +88,7 @@ platform::Services Environment::services() const {
       .photoLibrary = photoLibrary_,
       .device = device,
       .screen = screen,
+      .application = application,
   };
 }
 

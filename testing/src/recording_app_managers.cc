@@ -151,35 +151,33 @@ std::shared_ptr<AppContext> RecordingAppManagers::launch(std::shared_ptr<platfor
 }
 
 AppContext::Frameworks recordingFrameworks(std::shared_ptr<CallLog> log, AppContext::Frameworks frameworks) {
-  return AppContext::Frameworks{
-      .makeHapticFeedbackGenerator =
-          [log, make = std::move(frameworks.makeHapticFeedbackGenerator)]()
-          -> std::unique_ptr<SharedLogicKit::HapticFeedbackGenerator> {
-        log->record(call("HapticFeedbackGenerator.init"));
-        return std::make_unique<RecordingHaptics>(log, make());
-      },
-      .makeRemoteConfig =
-          [log, make = std::move(frameworks.makeRemoteConfig)](const platform::Services& services) {
-            log->record(call("FirebaseRemoteConfigHelper.init"));
-            return make(services);
-          },
-      .makeCoreServicesKit =
-          [log, make = std::move(frameworks.makeCoreServicesKit)](
-              const platform::Services& services) -> std::shared_ptr<CoreServicesKit::CoreServicesKit> {
-        log->record(call("CoreServicesKit.init"));
-        return std::make_shared<RecordingCoreServicesKit>(log, make(services));
-      },
-      .makeCDNImageLoader =
-          [log, make = std::move(frameworks.makeCDNImageLoader)](
-              platform::URL url, std::int64_t scale,
-              std::shared_ptr<SharedViewsKit::QzCDNImageLoaderDataCacheProtocol> cache, std::int64_t tasks) {
-            log->record(Json{{"call", "QzCDNImageLoader.init"},
-                             {"baseCDNURL", url.absoluteString()},
-                             {"screenScale", scale},
-                             {"maxDownloadingTasksInOneMoment", tasks}});
-            return make(std::move(url), scale, std::move(cache), tasks);
-          },
+  frameworks.makeHapticFeedbackGenerator =
+      [log, make = std::move(frameworks.makeHapticFeedbackGenerator)]()
+      -> std::unique_ptr<SharedLogicKit::HapticFeedbackGenerator> {
+    log->record(call("HapticFeedbackGenerator.init"));
+    return std::make_unique<RecordingHaptics>(log, make());
   };
+  frameworks.makeRemoteConfig = [log, make = std::move(frameworks.makeRemoteConfig)](const platform::Services& services) {
+    log->record(call("FirebaseRemoteConfigHelper.init"));
+    return make(services);
+  };
+  frameworks.makeCoreServicesKit =
+      [log, make = std::move(frameworks.makeCoreServicesKit)](
+          const platform::Services& services) -> std::shared_ptr<CoreServicesKit::CoreServicesKit> {
+    log->record(call("CoreServicesKit.init"));
+    return std::make_shared<RecordingCoreServicesKit>(log, make(services));
+  };
+  frameworks.makeCDNImageLoader = [log, make = std::move(frameworks.makeCDNImageLoader)](
+                                      platform::URL url, std::int64_t scale,
+                                      std::shared_ptr<SharedViewsKit::QzCDNImageLoaderDataCacheProtocol> cache,
+                                      std::int64_t tasks) {
+    log->record(Json{{"call", "QzCDNImageLoader.init"},
+                     {"baseCDNURL", url.absoluteString()},
+                     {"screenScale", scale},
+                     {"maxDownloadingTasksInOneMoment", tasks}});
+    return make(std::move(url), scale, std::move(cache), tasks);
+  };
+  return frameworks;
 }
 
 }  // namespace aurimo::test

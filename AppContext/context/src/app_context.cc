@@ -1,6 +1,7 @@
 #include "app_context/context/app_context.h"
 
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <string>
 #include <utility>
@@ -46,6 +47,8 @@ AppContext::Frameworks AppContext::Frameworks::defaults() {
              std::shared_ptr<SharedViewsKit::QzCDNImageLoaderDataCacheProtocol> cache, std::int64_t tasks) {
             return SharedViewsKit::QzCDNImageLoader::make(std::move(url), scale, std::move(cache), tasks);
           },
+      .reachability = ToolboxKit::NetworkReachability::slot().shared(),
+      .printToConsole = [](std::string_view line) { std::printf("%.*s\n", static_cast<int>(line.size()), line.data()); },
   };
 }
 
@@ -74,7 +77,7 @@ AppContext::AppContext(Passkey, std::shared_ptr<platform::UIWindow> window,
                        std::shared_ptr<AppContextFirebaseAnalyticsManagerProtocol> firebaseAnalytics,
                        std::shared_ptr<AppContextQonversionAnalyticsManagerProtocol> qonversionAnalytics,
                        const platform::Services& services, const Frameworks& frameworks)
-    : services_(services) {
+    : services_(services), reachability_(frameworks.reachability), printToConsole_(frameworks.printToConsole) {
   platform::dispatchPreconditionOnMain();
   // The order of these steps is part of the launch's contract: the frameworks
   // and the app's managers see their calls in exactly this sequence.

@@ -15,6 +15,7 @@ Services Services::defaults() {
       .photoLibrary = PHPhotoLibrary::slot().shared(),
       .device = UIDevice::slot().shared(),
       .screen = UIScreen::slot().shared(),
+      .application = UIApplication::slot().shared(),
   };
 }
 

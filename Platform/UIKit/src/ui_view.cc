@@ -12,8 +12,9 @@ namespace aurimo::platform {
 UIView::UIView() { dispatchPreconditionOnMain(); }
 
 UIView::~UIView() {
-  // Subviews that someone else keeps alive must not point back at a dead view.
+  // Subviews and constraints that someone else keeps alive must not point back at a dead view.
   for (const std::shared_ptr<UIView>& subview : subviews_) subview->superview_ = nullptr;
+  for (const std::shared_ptr<NSLayoutConstraint>& constraint : constraints_) constraint->holder_ = nullptr;
 }
 
 UIWindow* UIView::window() {
@@ -43,6 +44,7 @@ void UIView::bringSubviewToFront(const UIView& view) {
 
 void UIView::removeFromSuperview() {
   dispatchPreconditionOnMain();
+  if (superview_) superview_->dropConstraintsInvolving(*this);
   UIView* parent = std::exchange(superview_, nullptr);
   if (!parent) return;
   auto& siblings = parent->subviews_;
@@ -62,6 +64,21 @@ bool UIView::isDescendant(const UIView& view) const {
 void UIView::setHidden(bool hidden) {
   dispatchPreconditionOnMain();
   hidden_ = hidden;
+}
+
+void UIView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
+  dispatchPreconditionOnMain();
+  translatesAutoresizingMask_ = translates;
+}
+
+void UIView::dropConstraintsInvolving(const UIView& leaving) {
+  for (UIView* holder = this; holder; holder = holder->superview_) {
+    std::erase_if(holder->constraints_, [&](const std::shared_ptr<NSLayoutConstraint>& c) {
+      const bool involved = leaving.isDescendant(*c->firstItem_) || (c->secondItem_ && leaving.isDescendant(*c->secondItem_));
+      if (involved) c->holder_ = nullptr;
+      return involved;
+    });
+  }
 }
 
 }  // namespace aurimo::platform

@@ -57,13 +57,11 @@ void UIViewController::dismiss(bool animated, std::function<void()> completion) 
   dispatchPreconditionOnMain();
   // Keeps this controller alive when its presenter held the last reference.
   std::shared_ptr<UIViewController> self = weak_from_this().lock();
-  if (presented_) {
-    dismissPresented(animated);
-  } else if (presenting_) {
-    presenting_->dismissPresented(animated);
-  } else {
+  if (!presented_) {
+    if (presenting_) presenting_->dismiss(animated, std::move(completion));
     return;
   }
+  dismissPresented(animated);
   if (completion) completion();
 }
 

@@ -2,13 +2,23 @@
 
 #include <utility>
 
+#include "platform/application.h"
 #include "platform/dispatch_queue.h"
 #include "platform/ui_view_controller.h"
 
 namespace aurimo::platform {
 
-UIWindow::UIWindow() = default;
+UIWindow::UIWindow() { UIView::setHidden(true); }
 UIWindow::~UIWindow() = default;
+
+void UIWindow::setHidden(bool hidden) {
+  UIView::setHidden(hidden);
+  if (hidden) {
+    UIApplication::shared().windowDidHide(*this);
+  } else {
+    UIApplication::shared().windowDidShow(shared_from_this());
+  }
+}
 
 void UIWindow::setRootViewController(std::shared_ptr<UIViewController> controller) {
   dispatchPreconditionOnMain();

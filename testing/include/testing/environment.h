@@ -82,6 +82,8 @@ class Environment {
   const std::shared_ptr<platform::UIDevice> device =
       std::make_shared<platform::UIDevice>(platform::UIDevice::kDefaultSystemVersion, "iPhone");
   const std::shared_ptr<platform::UIScreen> screen = std::make_shared<platform::UIScreen>(3);
+  // Its visible windows and idle timer.
+  const std::shared_ptr<platform::UIApplication> application = std::make_shared<platform::UIApplication>();
 
  private:
   class Pins;

@@ -12,6 +12,7 @@
 
 #include <memory>
 
+#include "platform/application.h"
 #include "platform/bundle.h"
 #include "platform/calendar.h"
 #include "platform/clock.h"
@@ -38,9 +39,10 @@ struct Services {
   // The "system" sides of user notifications and of the photo library.
   std::shared_ptr<UNUserNotificationCenter> userNotificationCenter;
   std::shared_ptr<PHPhotoLibrary> photoLibrary;
-  // The device played and its main screen.
+  // The device played, its main screen, and the application object (windows, idle timer).
   std::shared_ptr<UIDevice> device;
   std::shared_ptr<UIScreen> screen;
+  std::shared_ptr<UIApplication> application;
 
   // The process-wide services, as their slots hold them now.
   static Services defaults();

@@ -32,6 +32,8 @@ class UINavigationController : public UIViewController {
   // What shows: a screen presented on the stack, else the top.
   std::shared_ptr<UIViewController> visibleViewController() const;
 
+  std::string_view className() const override { return "UINavigationController"; }
+
  protected:
   void viewDidLoad() override;
 

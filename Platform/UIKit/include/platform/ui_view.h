@@ -9,7 +9,10 @@
 //   screen->view()->addSubview(card);   // card->window() is now the screen's window, if any
 
 #include <memory>
+#include <string_view>
 #include <vector>
+
+#include "platform/ns_layout_constraint.h"
 
 namespace aurimo::platform {
 
@@ -37,16 +40,42 @@ class UIView {
   bool isDescendant(const UIView& view) const;
 
   bool isHidden() const { return hidden_; }
-  void setHidden(bool hidden);
+  virtual void setHidden(bool hidden);
+
+  // True until the view is placed by constraints instead.
+  bool translatesAutoresizingMaskIntoConstraints() const { return translatesAutoresizingMask_; }
+  void setTranslatesAutoresizingMaskIntoConstraints(bool translates);
+
+  NSLayoutAnchor topAnchor() { return {*this, NSLayoutAttribute::top}; }
+  NSLayoutAnchor bottomAnchor() { return {*this, NSLayoutAttribute::bottom}; }
+  NSLayoutAnchor leftAnchor() { return {*this, NSLayoutAttribute::left}; }
+  NSLayoutAnchor rightAnchor() { return {*this, NSLayoutAttribute::right}; }
+  NSLayoutAnchor leadingAnchor() { return {*this, NSLayoutAttribute::leading}; }
+  NSLayoutAnchor trailingAnchor() { return {*this, NSLayoutAttribute::trailing}; }
+  NSLayoutAnchor widthAnchor() { return {*this, NSLayoutAttribute::width}; }
+  NSLayoutAnchor heightAnchor() { return {*this, NSLayoutAttribute::height}; }
+  NSLayoutAnchor centerXAnchor() { return {*this, NSLayoutAttribute::centerX}; }
+  NSLayoutAnchor centerYAnchor() { return {*this, NSLayoutAttribute::centerY}; }
+  // The active constraints this view holds (those whose views meet first here).
+  const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints() const { return constraints_; }
+
+  // The platform's class name, for dumps of the tree.
+  virtual std::string_view className() const { return "UIView"; }
 
  protected:
   // Overridden by UIWindow; saves a dynamic_cast on every window() walk.
   virtual UIWindow* asWindow() { return nullptr; }
 
  private:
+  friend class NSLayoutConstraint;
+  // Drops the constraints held here and above that involve `leaving` or a view below it.
+  void dropConstraintsInvolving(const UIView& leaving);
+
   UIView* superview_ = nullptr;
   std::vector<std::shared_ptr<UIView>> subviews_;
+  std::vector<std::shared_ptr<NSLayoutConstraint>> constraints_;
   bool hidden_ = false;
+  bool translatesAutoresizingMask_ = true;
 };
 
 }  // namespace aurimo::platform

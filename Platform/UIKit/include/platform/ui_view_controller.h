@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "platform/ui_view.h"
@@ -43,14 +44,17 @@ class UIViewController : public std::enable_shared_from_this<UIViewController> {
   // Presents `controller` above this one. A controller that already presents
   // another, or one that is already presented, is reported on stderr and left
   // alone, as the platform does; `completion` does not run then.
-  void present(std::shared_ptr<UIViewController> controller, bool animated,
-               std::function<void()> completion = nullptr);
+  virtual void present(std::shared_ptr<UIViewController> controller, bool animated,
+                       std::function<void()> completion = nullptr);
   // Dismisses what this controller presents (with everything above it), or,
-  // when it presents nothing, dismisses itself from its presenter.
-  void dismiss(bool animated, std::function<void()> completion = nullptr);
+  // when it presents nothing, asks its presenter to dismiss it.
+  virtual void dismiss(bool animated, std::function<void()> completion = nullptr);
   // True while this controller is being dismissed (during its disappearance callbacks).
   bool isBeingDismissed() const { return beingDismissed_; }
   bool isBeingPresented() const { return beingPresented_; }
+
+  // The platform's class name, for dumps of the tree.
+  virtual std::string_view className() const { return "UIViewController"; }
 
  protected:
   // Makes the view; the default is a plain UIView.

@@ -5,6 +5,9 @@
 // property) while it is constructed, and answers the feature flags read from
 // remote configuration.
 //
+// Alerts are shown on windows of their own, above everything else; the
+// activity indicator covers the top-most screen while long work runs.
+//
 // Thread contract: main thread only (checked in debug builds): create it, call
 // it and destroy it there. The token operations complete on whatever thread
 // the account manager completes on.
@@ -20,6 +23,7 @@
 #include <optional>
 #include <string>
 
+#include "app_context/context/alert_action.h"
 #include "app_context/context/app_context_protocols.h"
 #include "app_context/links/universal_link_manager.h"
 #include "app_context/media/photo_library_manager.h"
@@ -27,22 +31,27 @@
 #include "app_context/notifications/qz_user_notification_manager.h"
 #include "core_services_kit/core_services_kit.h"
 #include "network_kit/network_kit.h"
+#include "platform/error.h"
 #include "platform/notification_center.h"
 #include "platform/services.h"
+#include "platform/ui_alert_controller.h"
 #include "platform/ui_view_controller.h"
 #include "platform/ui_window.h"
 #include "remote_services_kit/firebase_remote_config_helper.h"
+#include "result_views_kit/global_activity_indicator_view.h"
 #include "shared_logic_kit/haptic_feedback_generator.h"
 #include "shared_views_kit/qz_cdn_image_loader.h"
+#include "toolbox_kit/network_reachability.h"
 
 namespace aurimo {
 
 class AppContextBaseViewController;
 
-class AppContext {
+class AppContext : public std::enable_shared_from_this<AppContext> {
  public:
-  // How the context makes the closed frameworks' objects. defaults() makes the
-  // frameworks' own; a test or a host hands in its stand-ins instead.
+  // How the context makes the closed frameworks' objects, and the few
+  // framework services it asks. defaults() gives the frameworks' own; a test
+  // or a host hands in its stand-ins instead.
   struct Frameworks {
     std::function<std::unique_ptr<SharedLogicKit::HapticFeedbackGenerator>()> makeHapticFeedbackGenerator;
     std::function<std::shared_ptr<RemoteServicesKit::FirebaseRemoteConfigHelper>(const platform::Services&)>
@@ -53,6 +62,9 @@ class AppContext {
         std::shared_ptr<SharedViewsKit::QzCDNImageLoaderDataCacheProtocol> localDataCache,
         std::int64_t maxDownloadingTasksInOneMoment)>
         makeCDNImageLoader;
+    std::shared_ptr<ToolboxKit::NetworkReachability> reachability;
+    // Where the error alert prints its one console line (stdout by default).
+    std::function<void(std::string_view line)> printToConsole;
 
     static Frameworks defaults();
   };
@@ -117,6 +129,31 @@ class AppContext {
   // Forward to the account manager; its answer comes back unchanged.
   void getFirebaseToken(TokenCompletion completion) const;
   void getFirebaseTokenAndRefreshIt(TokenCompletion completion) const;
+
+  // Alerts (each shown on a QzViewControllerWithSelfControllWindow of its own):
+  // a plain alert with the given buttons in order, and the standard error
+  // alert, whose text and buttons follow the error's kind. Both return the
+  // presented alert, so a caller may dismiss it.
+  std::shared_ptr<platform::UIAlertController> showAlert(std::optional<std::string> title,
+                                                         std::optional<std::string> message,
+                                                         const std::vector<AlertAction>& actions,
+                                                         AlertAction::Completion completion);
+  std::shared_ptr<platform::UIAlertController> showAlertForError(
+      const platform::Error& error, std::optional<std::string> overrideDefaultAlertMessage = std::nullopt,
+      std::shared_ptr<platform::UIViewController> presenter = nullptr,
+      std::optional<std::vector<AlertAction>> actions = std::nullopt, AlertAction::Completion completion = nullptr);
+
+  // The one full-screen activity indicator, over the top-most screen; a nil
+  // title shows one of two default captions at random. The second form
+  // reveals a close button after `showCloseButtonAfter` seconds, which hides
+  // the indicator and then calls `closeButtonHandler`.
+  void showGlobalActivityIndicator(std::optional<std::string> title);
+  void showGlobalActivityIndicator(std::optional<std::string> title, platform::TimeInterval showCloseButtonAfter,
+                                   std::function<void()> closeButtonHandler);
+  // Does nothing while the indicator is hidden.
+  void hideGlobalActivityIndicator();
+  // Made on first use, hidden, and kept for the context's life.
+  ResultViewsKit::GlobalActivityIndicatorView& globalActivityIndicatorView();
 
   // Sets the analytics property "api_server_user_id" from the stored identifier, or removes it.
   void setApiServerUserIdentifierUserProperty();
@@ -187,10 +224,17 @@ class AppContext {
   void storeTabBarController(std::shared_ptr<platform::UIViewController> screen,
                              std::shared_ptr<MainTabBarControllerProtocol> controller);
   bool cachedFlag(std::optional<bool>& cache, std::string_view key) const;
+  std::string defaultActivityIndicatorCaption() const;
+  void handleErrorAlertButton(AlertAction tapped, const platform::Error& error,
+                              const std::shared_ptr<platform::UIViewController>& presenter,
+                              const std::optional<std::vector<AlertAction>>& actions,
+                              const AlertAction::Completion& completion);
   void bootstrapAccount();
   void countLaunch();
 
   const platform::Services services_;
+  const std::shared_ptr<ToolboxKit::NetworkReachability> reachability_;
+  const std::function<void(std::string_view)> printToConsole_;
 
   // Declaration order is the order of the app's own registry; every member is
   // set in the constructor's body, in the launch's order.
@@ -218,6 +262,7 @@ class AppContext {
   mutable std::optional<bool> areCoinDescriptionHintsEnabled_;
   mutable std::optional<bool> isMarketplaceEnabled_;
   std::shared_ptr<platform::UIWindow> window_;
+  std::shared_ptr<ResultViewsKit::GlobalActivityIndicatorView> globalActivityIndicatorView_;
 
   // Expires with the context, so the deep-link callback can tell it outlived it.
   std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
