@@ -11,13 +11,14 @@ namespace aurimo::SharedLogicKit {
 void QzViewControllerWithSelfControllWindow::present(std::shared_ptr<platform::UIViewController> controller,
                                                      bool animated, std::function<void()> completion) {
   platform::dispatchPreconditionOnMain();
-  if (!window_) {
+  if (window_.expired()) {
     double top = platform::UIWindow::kLevelAlert - 1;
     for (const auto& shown : platform::UIApplication::shared().windows()) top = std::max(top, shown->windowLevel());
-    window_ = std::make_shared<platform::UIWindow>();
-    window_->setWindowLevel(top + 1);
-    window_->setRootViewController(shared_from_this());
-    window_->makeKeyAndVisible();
+    auto window = std::make_shared<platform::UIWindow>();
+    window->setWindowLevel(top + 1);
+    window->setRootViewController(shared_from_this());
+    window->makeKeyAndVisible();
+    window_ = window;
   }
   UIViewController::present(std::move(controller), animated, std::move(completion));
 }
@@ -27,10 +28,12 @@ void QzViewControllerWithSelfControllWindow::dismiss(bool animated, std::functio
   // The window holds this controller: keep it for the rest of the call.
   std::shared_ptr<platform::UIViewController> self = shared_from_this();
   UIViewController::dismiss(animated, nullptr);
-  if (!presentedViewController() && window_) {
-    std::shared_ptr<platform::UIWindow> window = std::move(window_);
-    window->setHidden(true);
-    window->setRootViewController(nullptr);
+  if (!presentedViewController()) {
+    if (std::shared_ptr<platform::UIWindow> window = window_.lock()) {
+      window_.reset();
+      window->setHidden(true);
+      window->setRootViewController(nullptr);
+    }
   }
   if (completion) completion();
 }

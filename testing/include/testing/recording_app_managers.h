@@ -91,6 +91,7 @@ class RecordingTabBarController final : public AppContextBaseViewController, pub
  public:
   explicit RecordingTabBarController(std::shared_ptr<CallLog> log) : log_(std::move(log)) {}
   void applicationWillEnterForeground() override;
+  std::string_view className() const override { return "MainTabBarController"; }
 
  private:
   std::shared_ptr<CallLog> log_;

@@ -25,12 +25,13 @@ class QzViewControllerWithSelfControllWindow : public platform::UIViewController
   void dismiss(bool animated, std::function<void()> completion = nullptr) override;
 
   // The window while it is shown, else null.
-  const std::shared_ptr<platform::UIWindow>& ownWindow() const { return window_; }
+  std::shared_ptr<platform::UIWindow> ownWindow() const { return window_.lock(); }
 
   std::string_view className() const override { return "QzViewControllerWithSelfControllWindow"; }
 
  private:
-  std::shared_ptr<platform::UIWindow> window_;
+  // The application keeps the window while it shows; the window keeps this controller.
+  std::weak_ptr<platform::UIWindow> window_;
 };
 
 }  // namespace aurimo::SharedLogicKit

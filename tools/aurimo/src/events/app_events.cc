@@ -157,7 +157,7 @@ void AppEvents::registerEvents(EventHost& host) {
       throw EventError("device: " + platform::fileErrorMessage(error));
     }
     device = std::move(next);
-    device.apply();
+    app_->deviceDidChange();
     return [&device](Json& out) {
       const Json fields = device.json();
       for (const auto& [field, value] : fields.items()) out[field] = value;

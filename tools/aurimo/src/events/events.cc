@@ -8,6 +8,7 @@ void registerAllEvents(EventHost& host) {
   host.add(linkEvents(app));
   host.add(mediaEvents(app));
   host.add(notificationEvents(app));
+  host.add(screenEvents(app));
 }
 
 }  // namespace aurimo::tool

@@ -29,6 +29,11 @@ std::unique_ptr<EventModule> notificationEvents(std::shared_ptr<AppSession> app)
 // photo library and the image cache (media_events.cc).
 std::unique_ptr<EventModule> mediaEvents(std::shared_ptr<AppSession> app);
 
+// "alert", "errorAlert", "tapAlertButton", "showActivityIndicator",
+// "hideActivityIndicator", "tapActivityIndicatorClose", "activityIndicator",
+// "wait", "screen": what is on screen (screen_events.cc).
+std::unique_ptr<EventModule> screenEvents(std::shared_ptr<AppSession> app);
+
 // Adds every subsystem's module to `host`, all sharing one app.
 void registerAllEvents(EventHost& host);
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/application.h"
 #include "platform/directories.h"
 #include "platform/file_manager.h"
 #include "platform/ph_photo_library.h"
@@ -57,8 +58,11 @@ nlohmann::ordered_json BroadcastRecorder::since(std::size_t mark) const {
 
 AppSession::Started::Started(const std::shared_ptr<HostPerson>& person)
     : device(DeviceState::load(platform::FileManager::defaultManager(),
-                               platform::Directories::current().stateDirectory())) {
+                               platform::Directories::current().stateDirectory())),
+      reachability(std::make_shared<ToolboxKit::FixedNetworkReachability>(device.networkReachable)) {
   device.apply();
+  platform::Clock::slot().replace(clock);
+  ToolboxKit::NetworkReachability::slot().replace(reachability);
   platform::UNUserNotificationCenter::slot().replace(
       std::make_shared<platform::UNUserNotificationCenter>(platform::Directories::current().stateDirectory(), person));
   // Events may be arriving on stdin, so nobody answers the photo prompt until an event does.
@@ -70,6 +74,10 @@ AppSession::AppSession(std::shared_ptr<HostPerson> person) : person_(std::move(p
 
 AppSession::~AppSession() {
   announcementsToken_.remove();
+  // The app quits: its windows close, and a close button that still holds the
+  // context (and this session) lets go of it.
+  if (context_) context_->hideGlobalActivityIndicator();
+  for (const auto& window : platform::UIApplication::shared().windows()) window->setHidden(true);
   context_.reset();
 }
 
@@ -84,6 +92,7 @@ void AppSession::launch(SignInState account) {
   managers_.accountManager->state = std::move(account);
 
   AppContext::Frameworks frameworks = test::recordingFrameworks(log_);
+  frameworks.printToConsole = [this](std::string_view line) { console_.emplace_back(line); };
   frameworks.makeCDNImageLoader = [this, make = std::move(frameworks.makeCDNImageLoader)](
                                       platform::URL url, std::int64_t scale,
                                       std::shared_ptr<SharedViewsKit::QzCDNImageLoaderDataCacheProtocol> cache,
@@ -102,6 +111,7 @@ void AppSession::launch(SignInState account) {
   tabBar_ = std::make_shared<test::RecordingTabBarController>(log_);
   tabBar_->setAppContext(context_);
   window_->setRootViewController(tabBar_);
+  window_->makeKeyAndVisible();
   context_->setTabBarController(tabBar_);
   context_->localUserNotificationScheduler()->setScheduleDiscount(scheduleDiscountReminder);
   context_->localUserNotificationScheduler()->updateSchedule(nullptr);
@@ -113,6 +123,13 @@ AppContext& AppSession::context() {
   if (!context_) launch(SignInState{});
   return *context_;
 }
+
+void AppSession::deviceDidChange() {
+  started().device.apply();
+  started().reachability->setReachable(started().device.networkReachable);
+}
+
+std::vector<std::string> AppSession::takeConsole() { return std::exchange(console_, {}); }
 
 std::size_t AppSession::takeBroadcastMark() {
   const std::size_t mark = unreportedBroadcasts_.value_or(started().broadcasts.count());

@@ -5,7 +5,8 @@
 // event. The app's seven managers and the frameworks' objects are recording
 // stand-ins, so answers can list the calls made on them. Starting the session
 // (on first use) points the user-notification and photo "system" sides at the
-// host's person and plays the device kept in the state folder.
+// host's person, plays the device kept in the state folder (its reachability
+// included), and sets a clock that `wait` events move on.
 //
 // Thread contract: main thread only, like the host.
 //
@@ -16,6 +17,8 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -25,6 +28,8 @@
 #include "platform/notification_center.h"
 #include "support/device_state.h"
 #include "support/event_host.h"
+#include "support/host_clock.h"
+#include "toolbox_kit/network_reachability.h"
 #include "testing/recording_app_managers.h"
 
 namespace aurimo::tool {
@@ -60,6 +65,22 @@ class AppSession {
   test::RecordingAppManagers& managers() { return managers_; }
   CacheHelper& imageCache() { return *imageCache_; }
   DeviceState& device() { return started().device; }
+  // Applies a changed device, reachability included.
+  void deviceDidChange();
+  HostClock& clock() { return *started().clock; }
+
+  // Lines the app printed on its console since the last call.
+  std::vector<std::string> takeConsole();
+  // What callers' completions reported since the last call: the alert button a
+  // completion was called with, and whether the indicator's close handler ran.
+  std::optional<AlertAction> takeAlertCompletion() { return std::exchange(alertCompletion_, std::nullopt); }
+  AlertAction::Completion alertCompletion() {
+    return [this](AlertAction tapped) { alertCompletion_ = tapped; };
+  }
+  bool takeCloseHandlerCalled() { return std::exchange(closeHandlerCalled_, false); }
+  std::function<void()> closeHandler() {
+    return [this] { closeHandlerCalled_ = true; };
+  }
 
   // Route-change announcements delivered since the launch.
   std::size_t announcements() const { return announcements_; }
@@ -74,6 +95,8 @@ class AppSession {
   struct Started {
     explicit Started(const std::shared_ptr<HostPerson>& person);
     DeviceState device;
+    std::shared_ptr<ToolboxKit::FixedNetworkReachability> reachability;
+    std::shared_ptr<HostClock> clock = std::make_shared<HostClock>();
     BroadcastRecorder broadcasts;
   };
   Started& started();
@@ -88,6 +111,9 @@ class AppSession {
   std::shared_ptr<CacheHelper> imageCache_;
   std::shared_ptr<AppContext> context_;
   std::size_t announcements_ = 0;
+  std::vector<std::string> console_;
+  std::optional<AlertAction> alertCompletion_;
+  bool closeHandlerCalled_ = false;
   platform::ObserverToken announcementsToken_;  // declared last: unregisters before the counter goes
 };
 

@@ -23,6 +23,8 @@ class AppContextBaseViewController : public SharedLogicKit::BaseViewController {
   AppContext* appContext() const;
   void setAppContext(const std::shared_ptr<AppContext>& appContext);
 
+  std::string_view className() const override { return "AppContextBaseViewController"; }
+
  private:
   std::weak_ptr<AppContext> appContext_;
   bool hasAppContext_ = false;
