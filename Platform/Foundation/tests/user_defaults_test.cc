@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <future>
 #include <limits>
 
 #include "platform/directories.h"
+#include "platform/run_loop.h"
 #include "testing/fake_clock.h"
+#include "testing/faulty_file_manager.h"
 #include "testing/temporary_directory.h"
 
 namespace aurimo {
@@ -30,7 +34,7 @@ class UserDefaultsTest : public ::testing::Test {
 TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheStandardFileWithTheirTypes) {
   Data allBytes;
   for (int b = 0; b < 256; ++b) allBytes.push_back(static_cast<std::uint8_t>(b));
-  {
+  {  // written by the destructor at the latest
     UserDefaults defaults(file_);
     defaults.set(true, "bool");
     defaults.set(std::numeric_limits<std::int64_t>::min(), "integer");
@@ -59,7 +63,49 @@ TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheStandardFileWithTheirTypes) {
   // The standard store is the same file in the settings directory.
   platform::ScopedReplacement<UserDefaults> fresh(UserDefaults::slot(), nullptr);
   UserDefaults::standard().set("yes", "flag");
+  EXPECT_TRUE(UserDefaults::standard().synchronize());
   EXPECT_EQ(UserDefaults(file_).stringForKey("flag"), "yes");
+}
+
+// Holds the first save inside its write until released; counts the saves,
+// one temporary file each.
+struct HeldFiles : test::FaultyFileManager {
+  platform::WritableFile createTemporaryFile(const std::string& directory, std::string_view prefix) override {
+    if (saves++ == 0) {
+      writing.set_value();
+      released.get_future().wait();
+    }
+    return FaultyFileManager::createTemporaryFile(directory, prefix);
+  }
+  std::atomic<int> saves{0};
+  std::promise<void> writing, released;
+};
+
+TEST_F(UserDefaultsTest, ChangesShareTheSaveThatHasNotStartedAndLandOffTheCallersThread) {
+  HeldFiles files;
+  std::future<void> writing = files.writing.get_future();
+  UserDefaults defaults(file_, files);
+  defaults.set(0, "n");
+  writing.wait();  // set() returned before its save began
+  for (int n = 1; n <= 50; ++n) defaults.set(n, "n");
+  EXPECT_EQ(defaults.integerForKey("n"), 50);
+  files.released.set_value();
+  platform::RunLoop::main().runUntilAllQueuesIdle();
+  EXPECT_EQ(files.saves, 2);
+  EXPECT_EQ(UserDefaults(file_).integerForKey("n"), 50);
+}
+
+TEST_F(UserDefaultsTest, AFailedSaveIsRetriedBySynchronize) {
+  test::FaultyFileManager files;
+  UserDefaults defaults(file_, files);
+  files.failRenames(true);
+  testing::internal::CaptureStderr();
+  defaults.set(1, "n");
+  EXPECT_FALSE(defaults.synchronize());
+  EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+  files.failRenames(false);
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_EQ(UserDefaults(file_).integerForKey("n"), 1);
 }
 
 TEST_F(UserDefaultsTest, ReadersConvertBetweenScalarTypes) {
