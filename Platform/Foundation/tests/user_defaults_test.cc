@@ -2,12 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <future>
 #include <limits>
 
 #include "platform/directories.h"
-#include "platform/run_loop.h"
 #include "testing/fake_clock.h"
 #include "testing/faulty_file_manager.h"
 #include "testing/temporary_directory.h"
@@ -65,34 +62,6 @@ TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheStandardFileWithTheirTypes) {
   UserDefaults::standard().set("yes", "flag");
   EXPECT_TRUE(UserDefaults::standard().synchronize());
   EXPECT_EQ(UserDefaults(file_).stringForKey("flag"), "yes");
-}
-
-// Holds the first save inside its write until released; counts the saves,
-// one temporary file each.
-struct HeldFiles : test::FaultyFileManager {
-  platform::WritableFile createTemporaryFile(const std::string& directory, std::string_view prefix) override {
-    if (saves++ == 0) {
-      writing.set_value();
-      released.get_future().wait();
-    }
-    return FaultyFileManager::createTemporaryFile(directory, prefix);
-  }
-  std::atomic<int> saves{0};
-  std::promise<void> writing, released;
-};
-
-TEST_F(UserDefaultsTest, ChangesShareTheSaveThatHasNotStartedAndLandOffTheCallersThread) {
-  HeldFiles files;
-  std::future<void> writing = files.writing.get_future();
-  UserDefaults defaults(file_, files);
-  defaults.set(0, "n");
-  writing.wait();  // set() returned before its save began
-  for (int n = 1; n <= 50; ++n) defaults.set(n, "n");
-  EXPECT_EQ(defaults.integerForKey("n"), 50);
-  files.released.set_value();
-  platform::RunLoop::main().runUntilAllQueuesIdle();
-  EXPECT_EQ(files.saves, 2);
-  EXPECT_EQ(UserDefaults(file_).integerForKey("n"), 50);
 }
 
 TEST_F(UserDefaultsTest, AFailedSaveIsRetriedBySynchronize) {
