@@ -87,7 +87,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     for (const Run& run : runs) {
       if (run.run_type != Run::RT_Iteration) continue;
       // The fastest repetition: the machine's other load only ever adds time.
-      const std::string name = run.benchmark_name();
+      const std::string name = run.run_name.function_name;
       auto [slot, fresh] = times_.try_emplace(name, run.GetAdjustedCPUTime());
       if (!fresh && run.GetAdjustedCPUTime() < slot->second) slot->second = run.GetAdjustedCPUTime();
       for (const auto& [counter, value] : run.counters) counters_[counter] += value.value;
