@@ -8,6 +8,7 @@
 #include <future>
 
 #include "platform/ph_photo_library.h"
+#include "platform/run_loop.h"
 #include "platform/un_user_notification_center.h"
 #include "platform/user_defaults.h"
 #include "testing/fake_clock.h"
@@ -35,6 +36,7 @@ Opened openUserDefaults(FileManager& files, const fs::path& folder) {
   return {[defaults](int value) {
             testing::internal::CaptureStderr();
             defaults->set(value, "value");
+            platform::RunLoop::main().runUntilAllQueuesIdle();  // the save lands on the store's queue
             return testing::internal::GetCapturedStderr();
           },
           [defaults] { return static_cast<int>(defaults->integerForKey("value")); }};

@@ -114,6 +114,8 @@ std::vector<std::filesystem::path> Environment::savedPhotos() const {
 }
 
 void Environment::restartUserDefaults() {
+  // The old store's pending saves land before the new one reads the file.
+  if (userDefaults_) userDefaults_->synchronize();
   userDefaults_ = std::make_shared<platform::UserDefaults>(settingsDirectory() / platform::UserDefaults::kFileName, *files);
   if (pins_) platform::UserDefaults::slot().replace(userDefaults_);
 }

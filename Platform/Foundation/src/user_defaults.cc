@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <utility>
 
 #include "platform/directories.h"
 #include "platform/state_file.h"
@@ -158,8 +159,18 @@ std::int64_t integerFromString(std::string_view text) {
 
 UserDefaults::UserDefaults() = default;
 
-UserDefaults::UserDefaults(std::filesystem::path file, FileManager& files) : file_(std::move(file)), files_(&files) {
+UserDefaults::UserDefaults(std::filesystem::path file, FileManager& files)
+    : file_(std::move(file)), files_(&files), writer_(std::make_shared<Writer>(this)) {
   load();
+}
+
+UserDefaults::~UserDefaults() {
+  if (!writer_) return;
+  // Waits out a save in flight; a save still queued then finds no owner. Not
+  // queue.sync(): at exit the workers stop taking blocks, and the flush must still land.
+  std::lock_guard lock(writer_->mutex);
+  writer_->owner = nullptr;
+  writeIfDirty(false);
 }
 
 Replaceable<UserDefaults>& UserDefaults::slot() {
@@ -184,19 +195,37 @@ void UserDefaults::load() {
   });
 }
 
-void UserDefaults::saveLocked() {
-  if (!file_) return;
+bool UserDefaults::writeIfDirty(bool scheduledSave) {
+  nlohmann::json snapshot;
+  {
+    std::lock_guard lock(mutex_);
+    // From here on a change needs a save of its own.
+    if (scheduledSave) saveScheduled_ = false;
+    if (!dirty_) return true;
+    dirty_ = false;
+    snapshot = toFile(values_);
+  }
   std::string problem;
   try {
-    saveStateFile(*files_, *file_, toFile(values_).dump(2) + "\n");
+    // Text that is not UTF-8 is written with U+FFFD: a throw here would end the process.
+    saveStateFile(*files_, *file_, snapshot.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
   } catch (const std::filesystem::filesystem_error& error) {
     problem = fileErrorMessage(error);
   }
+  std::lock_guard lock(mutex_);
   // Report a failing disk once, not on every set().
   if (!problem.empty() && !saveFailing_) {
     std::fprintf(stderr, "aurimo: cannot save user defaults: %s\n", problem.c_str());
   }
   saveFailing_ = !problem.empty();
+  if (saveFailing_) dirty_ = true;
+  return !saveFailing_;
+}
+
+bool UserDefaults::synchronize() {
+  if (!writer_) return true;
+  std::lock_guard lock(writer_->mutex);
+  return writeIfDirty(false);
 }
 
 std::optional<nlohmann::json> UserDefaults::find(std::string_view key) const {
@@ -207,13 +236,22 @@ std::optional<nlohmann::json> UserDefaults::find(std::string_view key) const {
 }
 
 void UserDefaults::store(std::string_view key, nlohmann::json value) {
-  std::lock_guard lock(mutex_);
-  if (value.is_null()) {
-    if (values_.erase(std::string(key)) == 0) return;
-  } else {
-    values_[std::string(key)] = std::move(value);
+  {
+    std::lock_guard lock(mutex_);
+    if (value.is_null()) {
+      if (values_.erase(std::string(key)) == 0) return;
+    } else {
+      values_[std::string(key)] = std::move(value);
+    }
+    if (!file_) return;
+    dirty_ = true;
+    // A save that has not taken its snapshot yet will carry this change too.
+    if (std::exchange(saveScheduled_, true)) return;
   }
-  saveLocked();
+  saveQueue_.async([writer = writer_] {
+    std::lock_guard lock(writer->mutex);
+    if (writer->owner) writer->owner->writeIfDirty(true);
+  });
 }
 
 bool UserDefaults::boolForKey(std::string_view key) const {

@@ -6,6 +6,7 @@
 
 #include "platform/directories.h"
 #include "testing/fake_clock.h"
+#include "testing/faulty_file_manager.h"
 #include "testing/temporary_directory.h"
 
 namespace aurimo {
@@ -30,7 +31,7 @@ class UserDefaultsTest : public ::testing::Test {
 TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheStandardFileWithTheirTypes) {
   Data allBytes;
   for (int b = 0; b < 256; ++b) allBytes.push_back(static_cast<std::uint8_t>(b));
-  {
+  {  // written by the destructor at the latest
     UserDefaults defaults(file_);
     defaults.set(true, "bool");
     defaults.set(std::numeric_limits<std::int64_t>::min(), "integer");
@@ -59,7 +60,21 @@ TEST_F(UserDefaultsTest, ValuesRoundTripThroughTheStandardFileWithTheirTypes) {
   // The standard store is the same file in the settings directory.
   platform::ScopedReplacement<UserDefaults> fresh(UserDefaults::slot(), nullptr);
   UserDefaults::standard().set("yes", "flag");
+  EXPECT_TRUE(UserDefaults::standard().synchronize());
   EXPECT_EQ(UserDefaults(file_).stringForKey("flag"), "yes");
+}
+
+TEST_F(UserDefaultsTest, AFailedSaveIsRetriedBySynchronize) {
+  test::FaultyFileManager files;
+  UserDefaults defaults(file_, files);
+  files.failRenames(true);
+  testing::internal::CaptureStderr();
+  defaults.set(1, "n");
+  EXPECT_FALSE(defaults.synchronize());
+  EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+  files.failRenames(false);
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_EQ(UserDefaults(file_).integerForKey("n"), 1);
 }
 
 TEST_F(UserDefaultsTest, ReadersConvertBetweenScalarTypes) {

@@ -43,6 +43,13 @@ class Replaceable {
     return owner_;
   }
 
+  // The current instance, or null while none was made: for work that only
+  // matters when it exists, such as a flush at exit.
+  std::shared_ptr<T> existing() {
+    std::lock_guard lock(mutex_);
+    return owner_;
+  }
+
   // Installs `next` (the default again when null) and returns the previous instance.
   std::shared_ptr<T> replace(std::shared_ptr<T> next) {
     std::lock_guard lock(mutex_);

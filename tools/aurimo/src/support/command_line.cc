@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "platform/directories.h"
+#include "platform/user_defaults.h"
 
 namespace aurimo::tool {
 
@@ -24,6 +25,15 @@ CLI::App* CommandLine::addCommand(std::string name, std::string description, Act
 }
 
 int CommandLine::run(int argc, char** argv) {
+  const int status = parseAndRun(argc, argv);
+  // Settings are saved off the main thread: they must land before the process ends.
+  if (std::shared_ptr<platform::UserDefaults> defaults = platform::UserDefaults::slot().existing()) {
+    defaults->synchronize();
+  }
+  return status;
+}
+
+int CommandLine::parseAndRun(int argc, char** argv) {
   try {
     app_.parse(argc, argv);
   } catch (const CLI::CallForHelp& help) {

@@ -42,13 +42,16 @@ class CommandLine {
   // The top-level parser, for global options a subsystem needs (parsed before any action runs).
   CLI::App& app() { return app_; }
 
-  // Parses, applies the global options, runs the chosen action; returns the exit status.
+  // Parses, applies the global options, runs the chosen action, then writes
+  // pending settings; returns the exit status.
   int run(int argc, char** argv);
 
   // --data-dir, when given.
   const std::optional<std::filesystem::path>& dataDirectory() const { return dataDirectory_; }
 
  private:
+  int parseAndRun(int argc, char** argv);
+
   CLI::App app_;
   std::string dataDirectoryText_;
   std::optional<std::filesystem::path> dataDirectory_;
