@@ -17,11 +17,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using Settings = SettingsStoreKit::AppSettingsStorage;
-using platform::UIViewController;
 
 // A CoreServicesKit whose request object never came.
-class NoNetworkCoreServicesKit final : public CoreServicesKit::CoreServicesKit {
- public:
+struct NoNetworkCoreServicesKit final : CoreServicesKit::CoreServicesKit {
   std::shared_ptr<NetworkKit::NetworkKit> networkKit() const override { return nullptr; }
   void repairFirebaseConnectionIfNeed(std::optional<std::string>, bool) override {}
   void createFirstUserAccount(std::optional<std::string>, bool) override {}
@@ -31,10 +29,7 @@ class NoNetworkCoreServicesKit final : public CoreServicesKit::CoreServicesKit {
 class AppContextTest : public ::testing::Test {
  protected:
   AppContextTest() { window_->setRootViewController(root_); }
-  ~AppContextTest() override {
-    context_.reset();
-    env_.runUntilIdle();
-  }
+  ~AppContextTest() override { context_.reset(); env_.runUntilIdle(); }
 
   // A fresh launch in the same world, as the next start of the app.
   void launch(const AppContext::Frameworks& frameworks) {
@@ -49,7 +44,7 @@ class AppContextTest : public ::testing::Test {
   std::shared_ptr<test::CallLog> log_ = std::make_shared<test::CallLog>();
   test::RecordingAppManagers app_{log_};
   std::shared_ptr<platform::UIWindow> window_ = std::make_shared<platform::UIWindow>();
-  std::shared_ptr<UIViewController> root_ = std::make_shared<UIViewController>();
+  std::shared_ptr<platform::UIViewController> root_ = std::make_shared<platform::UIViewController>();
   std::shared_ptr<AppContext> context_;  // last: goes before the environment
 };
 
@@ -60,15 +55,12 @@ TEST_F(AppContextTest, FirstLaunchCreatesTheAccountAndTheNextRepairsIt) {
   env_.screen->setScale(2.75);
   launch();
   EXPECT_EQ(log_->since(0), Json::parse(R"([
-    {"call": "HapticFeedbackGenerator.init"},
-    {"call": "FirebaseRemoteConfigHelper.init"},
+    {"call": "HapticFeedbackGenerator.init"}, {"call": "FirebaseRemoteConfigHelper.init"},
     {"call": "HapticFeedbackGenerator.setEnabled", "isEnabled": true},
-    {"call": "CoreServicesKit.init"},
-    {"call": "appsFlyerAnalytics.setNetworkKit"},
+    {"call": "CoreServicesKit.init"}, {"call": "appsFlyerAnalytics.setNetworkKit"},
     {"call": "QzCDNImageLoader.init", "baseCDNURL": "https://cdn.aurimo.app/", "screenScale": 2,
      "maxDownloadingTasksInOneMoment": 8},
-    {"call": "appsFlyerAnalytics.setDeepLinkHandler"},
-    {"call": "accountManager.signInState"},
+    {"call": "appsFlyerAnalytics.setDeepLinkHandler"}, {"call": "accountManager.signInState"},
     {"call": "CoreServicesKit.createFirstUserAccount", "firebaseIdentifier": "fb-1", "isAnonymous": false},
     {"call": "CoreServicesKit.userAccountInitializationCompleted", "appVersionIsUpdated": true},
     {"call": "amplitudeAnalytics.start"},
@@ -93,29 +85,23 @@ TEST_F(AppContextTest, FirstLaunchCreatesTheAccountAndTheNextRepairsIt) {
 
 TEST_F(AppContextTest, HintCountersStartMirroredAndCountOnlyAfterOnboardingUntilShown) {
   using Home = Settings::Home;
+  using Count = std::optional<std::int64_t>;
+  const bool F = false, T = true;
   const auto none = std::nullopt;
   // Stored counts, when present, are 5 (scroll) and 7 (AI).
-  const struct {
-    bool onboarding, scrollShown, aiShown, present;
-    std::optional<std::int64_t> scroll, ai;
-  } rows[] = {
-      {false, false, false, false, 2, 1}, {false, true, false, false, none, 1},
-      {false, false, true, false, 2, none}, {false, true, true, false, none, none},
-      {true, false, false, false, 1, 2}, {true, true, false, false, none, 2},
-      {true, false, true, false, 1, none}, {true, true, true, false, none, none},
-      {false, false, false, true, 5, 7}, {false, true, false, true, 5, 7},
-      {false, false, true, true, 5, 7}, {false, true, true, true, 5, 7},
-      {true, false, false, true, 6, 8}, {true, true, false, true, 5, 8},
-      {true, false, true, true, 6, 7}, {true, true, true, true, 5, 7},
+  const struct { bool onboarding, scrollShown, aiShown, present; Count scroll, ai; } rows[] = {
+      {F, F, F, F, 2, 1}, {F, T, F, F, none, 1}, {F, F, T, F, 2, none}, {F, T, T, F, none, none},
+      {T, F, F, F, 1, 2}, {T, T, F, F, none, 2}, {T, F, T, F, 1, none}, {T, T, T, F, none, none},
+      {F, F, F, T, 5, 7}, {F, T, F, T, 5, 7},    {F, F, T, T, 5, 7},    {F, T, T, T, 5, 7},
+      {T, F, F, T, 6, 8}, {T, T, F, T, 5, 8},    {T, F, T, T, 6, 7},    {T, T, T, T, 5, 7},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << "row " << (&row - rows));
     Settings::setDidShowOnboarding(row.onboarding, defaults());
     Home::setDidShowScrollHint(row.scrollShown, defaults());
     Home::setDidShowAIHint(row.aiShown, defaults());
-    Home::setCompletedAppLaunchCountSinceScrollHintAddition(row.present ? std::optional<std::int64_t>(5) : none,
-                                                            defaults());
-    Home::setCompletedAppLaunchCountSinceAIAddition(row.present ? std::optional<std::int64_t>(7) : none, defaults());
+    Home::setCompletedAppLaunchCountSinceScrollHintAddition(row.present ? Count(5) : none, defaults());
+    Home::setCompletedAppLaunchCountSinceAIAddition(row.present ? Count(7) : none, defaults());
     launch();
     EXPECT_EQ(Home::completedAppLaunchCountSinceScrollHintAddition(defaults()), row.scroll);
     EXPECT_EQ(Home::completedAppLaunchCountSinceAIAddition(defaults()), row.ai);
@@ -148,11 +134,7 @@ TEST_F(AppContextTest, RemoteFlagsAreReadOnceAndKeptForTheContextsLife) {
 TEST_F(AppContextTest, AutocropNeedsVersion17ThenFollowsTheUserElseTheRemoteDefault) {
   launch();
   // One context throughout: every read sees the current values.
-  const struct {
-    const char* version;
-    std::optional<bool> user, remote;
-    bool enabled;
-  } rows[] = {
+  const struct { const char* version; std::optional<bool> user, remote; bool enabled; } rows[] = {
       {"17.0", std::nullopt, std::nullopt, false}, {"17.0", std::nullopt, true, true},
       {"17.0", false, true, false},                {"17.0", true, false, true},
       {"16.4", true, true, false},                 {"18.1", std::nullopt, true, true},
@@ -168,51 +150,47 @@ TEST_F(AppContextTest, AutocropNeedsVersion17ThenFollowsTheUserElseTheRemoteDefa
 
 TEST_F(AppContextTest, IdentifierChangesResyncTheUserPropertyWhileTheContextLives) {
   launch();
-  const auto post = [&] {
+  const auto change = [&](std::optional<std::string> identifier) {
+    Settings::CoreServicesKit::setApiServerUserIdentifier(std::move(identifier), defaults());
     env_.notificationCenter().post(CoreServicesKit::CoreServicesKit::apiServerUserIdentifierDidChangeNotification());
     env_.runUntilIdle();
   };
   const std::size_t mark = log_->count();
-  Settings::CoreServicesKit::setApiServerUserIdentifier("api-9", defaults());
-  post();
-  Settings::CoreServicesKit::setApiServerUserIdentifier(std::nullopt, defaults());
-  post();
+  change("api-9");
+  change(std::nullopt);
   context_.reset();
-  post();
+  change("api-10");
   EXPECT_EQ(log_->since(mark), Json::parse(R"([
     {"call": "amplitudeAnalytics.setUserProperty", "key": "api_server_user_id", "value": "api-9"},
     {"call": "amplitudeAnalytics.unsetUserProperty", "key": "api_server_user_id"}])"));
-}
-
-TEST_F(AppContextTest, TopMostPresentedFollowsPresentationsAndOptionallyTheStack) {
-  launch();
-  EXPECT_EQ(context_->getTopMostPresentedViewController(true), root_);
-  auto sheet = std::make_shared<UIViewController>(), first = std::make_shared<UIViewController>(),
-       second = std::make_shared<UIViewController>();
-  auto stack = std::make_shared<platform::UINavigationController>(first);
-  stack->pushViewController(second, false);
-  root_->present(sheet, false);
-  EXPECT_EQ(context_->getTopMostPresentedViewController(true), sheet);
-  sheet->present(stack, false);
-  EXPECT_EQ(context_->getTopMostPresentedViewController(true), second);
-  EXPECT_EQ(context_->getTopMostPresentedViewController(false), stack);
 }
 
 TEST_F(AppContextTest, ForegroundTellsTheTabScreenThenUpdatesTheSchedule) {
   (void)env_.userNotificationCenter().setAuthorizationStatus(platform::UNAuthorizationStatus::authorized);
   launch();
   context_->localUserNotificationScheduler()->setScheduleDiscount([this] { log_->record({{"call", "discount"}}); });
-  std::size_t mark = log_->count();
-  context_->applicationWillEnterForeground();
-  env_.runUntilIdle();
-  EXPECT_EQ(log_->names(mark), std::vector<std::string>{"discount"});
-
+  const auto foreground = [this] {
+    const std::size_t mark = log_->count();
+    context_->applicationWillEnterForeground();
+    env_.runUntilIdle();
+    return log_->names(mark);
+  };
+  EXPECT_EQ(foreground(), std::vector<std::string>{"discount"});
   context_->setTabBarController(std::make_shared<test::RecordingTabBarController>(log_));
-  mark = log_->count();
-  context_->applicationWillEnterForeground();
-  env_.runUntilIdle();
-  EXPECT_EQ(log_->names(mark),
-            (std::vector<std::string>{"tabBarController.applicationWillEnterForeground", "discount"}));
+  EXPECT_EQ(foreground(), (std::vector<std::string>{"tabBarController.applicationWillEnterForeground", "discount"}));
+}
+
+TEST_F(AppContextTest, TopMostPresentedFollowsPresentationsAndOptionallyTheStack) {
+  launch();
+  EXPECT_EQ(context_->getTopMostPresentedViewController(true), root_);
+  auto sheet = std::make_shared<platform::UIViewController>(), top = std::make_shared<platform::UIViewController>();
+  auto stack = std::make_shared<platform::UINavigationController>(std::make_shared<platform::UIViewController>());
+  stack->pushViewController(top, false);
+  root_->present(sheet, false);
+  EXPECT_EQ(context_->getTopMostPresentedViewController(true), sheet);
+  sheet->present(stack, false);
+  EXPECT_EQ(context_->getTopMostPresentedViewController(true), top);
+  EXPECT_EQ(context_->getTopMostPresentedViewController(false), stack);
 }
 
 TEST_F(AppContextTest, ForwardsUrlsTokensAndDeepLinks) {
@@ -242,29 +220,20 @@ TEST_F(AppContextTest, DefectsStopTheProcess) {
   auto noNetwork = test::recordingFrameworks(log_);
   noNetwork.makeCoreServicesKit = [](auto&) { return std::make_shared<NoNetworkCoreServicesKit>(); };
   const auto scaled = [this](double scale) { return [this, scale] { env_.screen->setScale(scale); launch(); }; };
-  using Launches = Settings::AppContext;
   const std::pair<std::function<void()>, const char*> cases[] = {
       {[&] { launch(noNetwork); }, "CoreServicesKit has no networkKit"},
       {scaled(NAN), "scale nan is not a 64-bit integer"},
       {scaled(INFINITY), "scale inf is not a 64-bit integer"},
       {scaled(1e300), "scale 1[0-9.]* is not a 64-bit integer"},
-      {[this] { Launches::setCompletedAppLaunchCountSinceAppVersion_1_2(INT64_MAX, defaults()); launch(); },
+      {[this] { Settings::AppContext::setCompletedAppLaunchCountSinceAppVersion_1_2(INT64_MAX, defaults()); launch(); },
        "counter AppContext.completedAppLaunchCountSinceAppVersion_1_2 overflowed"},
       {[this] { window_->setRootViewController(nullptr); launch(); context_->getTopMostPresentedViewController(0); },
        "window has no root view controller"},
-      {[this] {
-         launch();
-         root_->present(std::make_shared<platform::UINavigationController>(), false);
-         context_->getTopMostPresentedViewController(true);
-       },
+      {[this] { launch(); root_->present(std::make_shared<platform::UINavigationController>(), false);
+                context_->getTopMostPresentedViewController(true); },
        "navigation controller has an empty stack"},
-      {[this] {
-         auto screen = std::make_shared<test::RecordingTabBarController>(log_);
-         launch();
-         screen->setAppContext(context_);
-         context_.reset();
-         screen->appContext();
-       },
+      {[this] { auto screen = std::make_shared<test::RecordingTabBarController>(log_);
+                launch(); screen->setAppContext(context_); context_.reset(); screen->appContext(); },
        "read its AppContext after the context was destroyed"},
   };
   for (const auto& [act, message] : cases) EXPECT_DEATH(act(), message);
