@@ -10,10 +10,11 @@ namespace {
 
 using std::make_shared;
 
-// Remembers whether it was being dismissed when its view went.
+// Remembers whether its view was loaded when it began to appear, and whether it was being dismissed when it went.
 struct Sheet final : UIViewController {
+  void viewWillAppear(bool) override { loadedBeforeAppearing = isViewLoaded(); }
   void viewDidDisappear(bool) override { dismissedWhenGone = isBeingDismissed(); }
-  bool dismissedWhenGone = false;
+  bool loadedBeforeAppearing = false, dismissedWhenGone = false;
 };
 
 TEST(UIViewController, PresentsOneAtATimeAndDismissesEverythingAbove) {
@@ -28,7 +29,10 @@ TEST(UIViewController, PresentsOneAtATimeAndDismissesEverythingAbove) {
   EXPECT_FALSE(completed);
   EXPECT_EQ(a->presentedViewController(), b);
   b->present(c, false);
-  for (auto* sheet : {a.get(), b.get(), c.get()}) EXPECT_EQ(sheet->view()->window(), window.get());
+  for (auto* sheet : {a.get(), b.get(), c.get()}) {
+    EXPECT_TRUE(sheet->loadedBeforeAppearing);
+    EXPECT_EQ(sheet->view()->window(), window.get());
+  }
 
   a->dismiss(false);
   for (auto* sheet : {b.get(), c.get()}) {
