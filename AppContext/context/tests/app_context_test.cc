@@ -84,7 +84,6 @@ TEST_F(AppContextTest, FirstLaunchCreatesTheAccountAndTheNextRepairsIt) {
 }
 
 TEST_F(AppContextTest, HintCountersStartMirroredAndCountOnlyAfterOnboardingUntilShown) {
-  using Home = Settings::Home;
   using Count = std::optional<std::int64_t>;
   const bool F = false, T = true;
   const auto none = std::nullopt;
@@ -98,13 +97,13 @@ TEST_F(AppContextTest, HintCountersStartMirroredAndCountOnlyAfterOnboardingUntil
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << "row " << (&row - rows));
     Settings::setDidShowOnboarding(row.onboarding, defaults());
-    Home::setDidShowScrollHint(row.scrollShown, defaults());
-    Home::setDidShowAIHint(row.aiShown, defaults());
-    Home::setCompletedAppLaunchCountSinceScrollHintAddition(row.present ? Count(5) : none, defaults());
-    Home::setCompletedAppLaunchCountSinceAIAddition(row.present ? Count(7) : none, defaults());
+    Settings::Home::setDidShowScrollHint(row.scrollShown, defaults());
+    Settings::Home::setDidShowAIHint(row.aiShown, defaults());
+    Settings::Home::setCompletedAppLaunchCountSinceScrollHintAddition(row.present ? Count(5) : none, defaults());
+    Settings::Home::setCompletedAppLaunchCountSinceAIAddition(row.present ? Count(7) : none, defaults());
     launch();
-    EXPECT_EQ(Home::completedAppLaunchCountSinceScrollHintAddition(defaults()), row.scroll);
-    EXPECT_EQ(Home::completedAppLaunchCountSinceAIAddition(defaults()), row.ai);
+    EXPECT_EQ(Settings::Home::completedAppLaunchCountSinceScrollHintAddition(defaults()), row.scroll);
+    EXPECT_EQ(Settings::Home::completedAppLaunchCountSinceAIAddition(defaults()), row.ai);
   }
 }
 
@@ -150,16 +149,15 @@ TEST_F(AppContextTest, AutocropNeedsVersion17ThenFollowsTheUserElseTheRemoteDefa
 
 TEST_F(AppContextTest, IdentifierChangesResyncTheUserPropertyWhileTheContextLives) {
   launch();
-  const auto change = [&](std::optional<std::string> identifier) {
-    Settings::CoreServicesKit::setApiServerUserIdentifier(std::move(identifier), defaults());
-    env_.notificationCenter().post(CoreServicesKit::CoreServicesKit::apiServerUserIdentifierDidChangeNotification());
-    env_.runUntilIdle();
-  };
+  const auto name = CoreServicesKit::CoreServicesKit::apiServerUserIdentifierDidChangeNotification();
+  const auto post = [&] { env_.notificationCenter().post(name); env_.runUntilIdle(); };
   const std::size_t mark = log_->count();
-  change("api-9");
-  change(std::nullopt);
+  Settings::CoreServicesKit::setApiServerUserIdentifier("api-9", defaults());
+  post();
+  Settings::CoreServicesKit::setApiServerUserIdentifier(std::nullopt, defaults());
+  post();
   context_.reset();
-  change("api-10");
+  post();
   EXPECT_EQ(log_->since(mark), Json::parse(R"([
     {"call": "amplitudeAnalytics.setUserProperty", "key": "api_server_user_id", "value": "api-9"},
     {"call": "amplitudeAnalytics.unsetUserProperty", "key": "api_server_user_id"}])"));

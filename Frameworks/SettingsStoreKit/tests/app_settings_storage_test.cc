@@ -37,22 +37,20 @@ TEST(AppSettingsStorage, OnboardingVersionRoundTripsAndOnlyAnInt64ReadsBack) {
 }
 
 TEST(AppSettingsStorage, EverySettingReadsItsPathAndOptionalsReadOtherKindsAsAbsent) {
-  using A = S::AppContext;
-  using C = S::CoreServicesKit;
-  using H = S::Home;
   const std::map<std::string_view, std::function<Json(D&)>> getters{
       {"hapticFeedbackGenerator_isEnabled", read(&S::hapticFeedbackGenerator_isEnabled)},
       {"didShowOnboarding", read(&S::didShowOnboarding)},
-      {"AppContext.appVersionIsUpdated", read(&A::appVersionIsUpdated)},
+      {"AppContext.appVersionIsUpdated", read(&S::AppContext::appVersionIsUpdated)},
       {"AppContext.completedAppLaunchCountSinceAppVersion_1_2",
-       read(&A::completedAppLaunchCountSinceAppVersion_1_2)},
+       read(&S::AppContext::completedAppLaunchCountSinceAppVersion_1_2)},
       {"AppContext.UniversalLinkManager.onboardingVersion", read(&Links::onboardingVersion)},
-      {"CoreServicesKit.currentUserAccountIdentifier", read(&C::currentUserAccountIdentifier)},
-      {"CoreServicesKit.apiServerUserIdentifier", read(&C::apiServerUserIdentifier)},
-      {"Home.didShowScrollHint", read(&H::didShowScrollHint)},
-      {"Home.didShowAIHint", read(&H::didShowAIHint)},
-      {"Home.completedAppLaunchCountSinceScrollHintAddition", read(&H::completedAppLaunchCountSinceScrollHintAddition)},
-      {"Home.completedAppLaunchCountSinceAIAddition", read(&H::completedAppLaunchCountSinceAIAddition)},
+      {"CoreServicesKit.currentUserAccountIdentifier", read(&S::CoreServicesKit::currentUserAccountIdentifier)},
+      {"CoreServicesKit.apiServerUserIdentifier", read(&S::CoreServicesKit::apiServerUserIdentifier)},
+      {"Home.didShowScrollHint", read(&S::Home::didShowScrollHint)},
+      {"Home.didShowAIHint", read(&S::Home::didShowAIHint)},
+      {"Home.completedAppLaunchCountSinceScrollHintAddition",
+       read(&S::Home::completedAppLaunchCountSinceScrollHintAddition)},
+      {"Home.completedAppLaunchCountSinceAIAddition", read(&S::Home::completedAppLaunchCountSinceAIAddition)},
       {"Identification.autocropIsEnabledByUser", read(&S::Identification::autocropIsEnabledByUser)},
   };
   ASSERT_EQ(S::allSettings().size(), getters.size());
