@@ -46,6 +46,7 @@ void UIViewController::present(std::shared_ptr<UIViewController> controller, boo
   UIViewController& shown = *presented_;
   shown.presenting_ = this;
   shown.beingPresented_ = true;
+  shown.view();  // loaded (and viewDidLoad run) before any appearance callback, as the platform does
   shown.viewWillAppear(animated);
   if (UIWindow* window = view()->window()) window->addSubview(shown.view());
   shown.viewDidAppear(animated);
