@@ -35,6 +35,14 @@ std::int64_t incremented(std::int64_t count, std::string_view counter) {
   return count + 1;
 }
 
+// A hint's launch counter after this launch: `first` when it had none, one
+// more once onboarding is done, else as it was.
+std::int64_t nextHintCount(std::optional<std::int64_t> count, bool didShowOnboarding, std::int64_t first,
+                           std::string_view counter) {
+  if (!count) return first;
+  return didShowOnboarding ? incremented(*count, counter) : *count;
+}
+
 }  // namespace
 
 AppContext::Frameworks AppContext::Frameworks::defaults() {
@@ -157,24 +165,16 @@ void AppContext::countLaunch() {
   // the scroll hint counts as further along, after it the AI hint does.
   const bool didShowOnboarding = AppSettingsStorage::didShowOnboarding(defaults);
   if (!Home::didShowScrollHint(defaults)) {
-    if (std::optional<std::int64_t> count = Home::completedAppLaunchCountSinceScrollHintAddition(defaults)) {
-      if (didShowOnboarding) {
-        Home::setCompletedAppLaunchCountSinceScrollHintAddition(
-            incremented(*count, "Home.completedAppLaunchCountSinceScrollHintAddition"), defaults);
-      }
-    } else {
-      Home::setCompletedAppLaunchCountSinceScrollHintAddition(didShowOnboarding ? 1 : 2, defaults);
-    }
+    Home::setCompletedAppLaunchCountSinceScrollHintAddition(
+        nextHintCount(Home::completedAppLaunchCountSinceScrollHintAddition(defaults), didShowOnboarding,
+                      didShowOnboarding ? 1 : 2, "Home.completedAppLaunchCountSinceScrollHintAddition"),
+        defaults);
   }
   if (!Home::didShowAIHint(defaults)) {
-    if (std::optional<std::int64_t> count = Home::completedAppLaunchCountSinceAIAddition(defaults)) {
-      if (didShowOnboarding) {
-        Home::setCompletedAppLaunchCountSinceAIAddition(
-            incremented(*count, "Home.completedAppLaunchCountSinceAIAddition"), defaults);
-      }
-    } else {
-      Home::setCompletedAppLaunchCountSinceAIAddition(didShowOnboarding ? 2 : 1, defaults);
-    }
+    Home::setCompletedAppLaunchCountSinceAIAddition(
+        nextHintCount(Home::completedAppLaunchCountSinceAIAddition(defaults), didShowOnboarding,
+                      didShowOnboarding ? 2 : 1, "Home.completedAppLaunchCountSinceAIAddition"),
+        defaults);
   }
 }
 

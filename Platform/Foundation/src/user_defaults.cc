@@ -241,6 +241,8 @@ void UserDefaults::store(std::string_view key, nlohmann::json value) {
     if (value.is_null()) {
       if (values_.erase(std::string(key)) == 0) return;
     } else {
+      // Writing back what is stored needs no save, unless an earlier one failed and waits for a retry.
+      if (auto found = values_.find(key); found != values_.end() && *found == value && !dirty_) return;
       values_[std::string(key)] = std::move(value);
     }
     if (!file_) return;
