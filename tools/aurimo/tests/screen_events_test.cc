@@ -1,0 +1,44 @@
+// What `aurimo run` shows on screen: alerts on windows of their own, the
+// activity indicator with its delayed close button, and the UI tree.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "testing/command_runner.h"
+
+namespace aurimo::test {
+namespace {
+
+const std::string kOops = R"("title":"Oops! Something Went Wrong",)";
+const std::string kInfoCancel = R"("actions":[{"action":"info","title":"Error Info","style":"default"},{"action":"cancel","title":"Cancel","style":"cancel"}]})";
+std::string indicator(const std::string& visible, const std::string& close, const std::string& host) {
+  return R"({"visible":)" + visible + R"(,"caption":"Wait",)" + R"("closeButtonVisible":)" + close + R"(,"host":)" + host +
+         R"(,"idleTimerDisabled":)" + visible + "}}";
+}
+
+TEST(ScreenEventsTest, AlertsStackTheErrorInfoRoundTripAndTheIndicatorsCloseButton) {
+  CommandRunner aurimo(AURIMO_BINARY);
+  aurimo.expectRun({
+      {R"({"event":"device","networkReachable":false})", R"({"event":"device",*"networkReachable":false,*})"},
+      {R"({"event":"errorAlert","error":{"code":5,"description":"x"},"overrideDefaultAlertMessage":"m"})",
+       R"({"event":"errorAlert","console":"Error Domain=Aurimo Code=5 \"x\"","alert":{"title":"No Internet Connection","message":"Check connection settings and try again.",*})"},
+      {R"({"event":"device","networkReachable":true})", R"({"event":"device",*"networkReachable":true,*})"},
+      {R"({"event":"errorAlert","error":{"domain":"D","code":1},"overrideDefaultAlertMessage":"m","actions":["info","cancel"]})",
+       R"({"event":"errorAlert","console":*,"alert":{)" + kOops + R"("message":"m",)" + kInfoCancel + "}"},
+      {R"({"event":"screen"})", R"({"event":"screen","screen":{"windows":[{"class":"UIWindow","level":0.0,*},{"class":"UIWindow","level":2000.0,*},{"class":"UIWindow","level":2001.0,*}]}})"},
+      {R"({"event":"tapAlertButton","title":"Error Info"})", R"({"event":"tapAlertButton","completion":null,"alert":{"title":"Error Info",*})"},
+      {R"({"event":"tapAlertButton","title":"OK"})", R"({"event":"tapAlertButton","completion":null,"alert":{)" + kOops + R"("message":"Please try again in a few minutes.",)" + kInfoCancel + R"(,"console":*})"},
+      {R"({"event":"tapAlertButton","title":"Cancel"})", R"({"event":"tapAlertButton","completion":"cancel","alert":{"title":"No Internet Connection",*})"},
+      {R"({"event":"tapAlertButton","title":"Nope"})", R"({"error":"tapAlertButton: the alert has no button \"Nope\""})"},
+      {R"({"event":"showActivityIndicator","title":"Wait","closeButtonAfter":10})", R"({"event":"showActivityIndicator","indicator":)" + indicator("true", "false", "\"window\"")},
+      {R"({"event":"wait","seconds":9.5})", R"({"event":"wait","seconds":9.5})"},
+      {R"({"event":"tapActivityIndicatorClose"})", R"({"event":"tapActivityIndicatorClose","handlerCalled":false,"indicator":)" + indicator("true", "false", "\"window\"")},
+      {R"({"event":"wait","seconds":0.5})", R"({"event":"wait","seconds":0.5})"},
+      {R"({"event":"tapActivityIndicatorClose"})", R"({"event":"tapActivityIndicatorClose","handlerCalled":true,"indicator":)" + indicator("false", "false", "null")},
+      {R"({"event":"hideActivityIndicator"})", R"({"event":"hideActivityIndicator","indicator":)" + indicator("false", "false", "null")},
+  }, {"--data-dir", aurimo.path("data"), "run"});
+}
+
+}  // namespace
+}  // namespace aurimo::test
