@@ -50,6 +50,19 @@ TEST(NotificationCommandTest, EventsAnswerWithTheirBroadcastsAndThePendingReques
       {R"({"event":"foreground"})", R"({"event":"foreground","broadcasts":[)" + kChanged + "true}}," + kSetup + R"(true}}],"pending":[)" + kTrial + "," + kDiscount + "]" + kForegroundCalls},
   }, run);
 
+  // What the launch's refresh broadcasts is answered once: by a launch event,
+  // else by the run's first notification event.
+  for (const bool explicitLaunch : {false, true}) {
+    const std::string data = aurimo.path(explicitLaunch ? "explicit" : "implicit");
+    aurimo.expectRun({{R"({"event":"notificationSystem","status":"authorized"})", "*"}}, {"--data-dir", data, "run"});
+    const std::string launchBroadcasts = kChanged + "true}}," + kSetup + "true}}";
+    aurimo.expectRun({
+        explicitLaunch ? Exchange{R"({"event":"launch"})", R"({"event":"launch",*"broadcasts":[)" + launchBroadcasts + "],*"}
+                       : Exchange{R"({"event":"resetRoute"})", "*"},
+        {R"({"event":"notificationSystem"})", R"({"event":"notificationSystem","broadcasts":[)" + (explicitLaunch ? "" : launchBroadcasts) + "],*"},
+    }, {"--data-dir", data, "run"});
+  }
+
   // A time without offset is local: 15:00 in New York, and the reminder a day before.
   aurimo.zone = "America/New_York";
   aurimo.expectRun({{R"({"event":"trialReminder","start":"2099-01-01T00:00:00Z","end":"2099-01-10T15:00:00.5"})", R"({"event":"trialReminder","broadcasts":[],"pending":[{"identifier":"trial_expiration_reminder","category":"TrialExpirationReminder","trigger":{"year":2099,"month":1,"day":9,"hour":15,"minute":0,"second":0}}]})"}},
