@@ -1,4 +1,4 @@
-#include "app_context/context/app_context.h"
+#include "app_context_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,6 @@
 #include "app_context/screens/app_context_base_view_controller.h"
 #include "platform/ui_navigation_controller.h"
 #include "settings_store_kit/app_settings_storage.h"
-#include "testing/environment.h"
-#include "testing/recording_app_managers.h"
 
 namespace aurimo {
 namespace {
@@ -24,28 +22,6 @@ struct NoNetworkCoreServicesKit final : CoreServicesKit::CoreServicesKit {
   void repairFirebaseConnectionIfNeed(std::optional<std::string>, bool) override {}
   void createFirstUserAccount(std::optional<std::string>, bool) override {}
   void userAccountInitializationCompleted(bool) override {}
-};
-
-class AppContextTest : public ::testing::Test {
- protected:
-  AppContextTest() { window_->setRootViewController(root_); }
-  ~AppContextTest() override { context_.reset(); env_.runUntilIdle(); }
-
-  // A fresh launch in the same world, as the next start of the app.
-  void launch(const AppContext::Frameworks& frameworks) {
-    context_.reset();
-    context_ = app_.launch(window_, env_.services(), frameworks);
-    env_.runUntilIdle();
-  }
-  void launch() { launch(test::recordingFrameworks(log_)); }
-  platform::UserDefaults& defaults() { return env_.userDefaults(); }
-
-  test::Environment env_;
-  std::shared_ptr<test::CallLog> log_ = std::make_shared<test::CallLog>();
-  test::RecordingAppManagers app_{log_};
-  std::shared_ptr<platform::UIWindow> window_ = std::make_shared<platform::UIWindow>();
-  std::shared_ptr<platform::UIViewController> root_ = std::make_shared<platform::UIViewController>();
-  std::shared_ptr<AppContext> context_;  // last: goes before the environment
 };
 
 TEST_F(AppContextTest, FirstLaunchCreatesTheAccountAndTheNextRepairsIt) {
