@@ -42,16 +42,24 @@ WorkerPool::WorkerPool() : maxActive_(std::max(2u, std::thread::hardware_concurr
 bool WorkerPool::onWorkerThread() { return isWorker; }
 
 void WorkerPool::submit(QualityOfService qos, std::shared_ptr<QueueCore> queue, std::function<void()> block) {
-  std::lock_guard lock(mutex_);
-  jobs_[static_cast<int>(qos)].push_back(Job{std::move(queue), std::move(block)});
-  ++pending_;
-  if (idle_ >= pending_) {
-    wake_.notify_one();
-  } else {
-    growIfStarvedLocked();
-    if (idle_ > 0) wake_.notify_one();
+  bool wakeWorker = false;
+  bool wakeMonitor = false;
+  {
+    std::lock_guard lock(mutex_);
+    jobs_[static_cast<int>(qos)].push_back(Job{std::move(queue), std::move(block)});
+    ++pending_;
+    if (idle_ >= pending_) {
+      // An idle worker takes it; nothing can stall, so the monitor sleeps on.
+      wakeWorker = true;
+    } else {
+      growIfStarvedLocked();
+      wakeWorker = idle_ > 0;
+      wakeMonitor = !monitorWatching_;
+    }
   }
-  if (pending_ == 1) monitorWake_.notify_one();
+  // Signalled after unlocking, so a woken thread does not wait for the lock we hold.
+  if (wakeWorker) wake_.notify_one();
+  if (wakeMonitor) monitorWake_.notify_one();
 }
 
 void WorkerPool::willBlock() {
@@ -122,7 +130,10 @@ void WorkerPool::monitorMain() {
   for (;;) {
     monitorWake_.wait(lock, [this] { return pending_ > 0; });
     std::uint64_t takenBefore = taken_;
+    // Submissions do not cut a stall check short.
+    monitorWatching_ = true;
     monitorWake_.wait_for(lock, kStallCheck);
+    monitorWatching_ = false;
     if (exiting.load(std::memory_order_acquire)) return;
     if (pending_ > 0 && taken_ == takenBefore && idle_ == 0 && threads_ < kThreadLimit) spawnLocked();
   }

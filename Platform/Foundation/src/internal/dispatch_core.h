@@ -127,6 +127,7 @@ class WorkerPool {
   std::mutex mutex_;
   std::condition_variable wake_;
   std::condition_variable monitorWake_;
+  bool monitorWatching_ = false;  // guarded by mutex_: the monitor is in a stall check
   std::deque<Job> jobs_[5];     // guarded by mutex_; index = QualityOfService, most urgent first
   std::size_t pending_ = 0;     // guarded by mutex_
   std::size_t threads_ = 0;     // guarded by mutex_
