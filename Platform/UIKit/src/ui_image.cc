@@ -11,6 +11,13 @@
 #include <cstring>
 
 namespace aurimo::platform {
+
+std::optional<UIImage> UIImage::named(std::string name) {
+  if (name.empty()) return std::nullopt;
+  UIImage image;
+  image.name_ = std::move(name);
+  return image;
+}
 namespace {
 
 bool acceptableSize(std::size_t width, std::size_t height) {

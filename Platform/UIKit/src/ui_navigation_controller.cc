@@ -13,6 +13,15 @@ UINavigationController::UINavigationController(std::shared_ptr<UIViewController>
   pushViewController(std::move(rootViewController), false);
 }
 
+UINavigationController::UINavigationController(const std::type_info* navigationBarClass,
+                                               const std::type_info* toolbarClass)
+    : navigationBarClass_(navigationBarClass), toolbarClass_(toolbarClass) {}
+
+UINavigationController::UINavigationController(std::optional<std::string> nibName, std::shared_ptr<Bundle> bundle)
+    : UIViewController(std::move(nibName), std::move(bundle)) {}
+
+UINavigationController::UINavigationController(const NSCoder& coder) : UIViewController(coder) {}
+
 UINavigationController::~UINavigationController() {
   for (const auto& controller : viewControllers_) removeFromParent(*controller);
 }

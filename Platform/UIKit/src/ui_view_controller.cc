@@ -11,6 +11,46 @@ namespace aurimo::platform {
 
 UIViewController::UIViewController() { dispatchPreconditionOnMain(); }
 
+UIViewController::UIViewController(std::optional<std::string> nibName, std::shared_ptr<Bundle> bundle)
+    : nibName_(std::move(nibName)), nibBundle_(std::move(bundle)) {
+  dispatchPreconditionOnMain();
+}
+
+UIViewController::UIViewController(const NSCoder& coder) {
+  dispatchPreconditionOnMain();
+  if (coder.isValid()) {
+    if (auto title = coder.archive().find("title"); title != coder.archive().end() && title->is_string()) {
+      title_ = title->get<std::string>();
+    }
+  }
+}
+
+std::string_view name(UIModalPresentationStyle style) {
+  switch (style) {
+    case UIModalPresentationStyle::fullScreen:
+      return "fullScreen";
+    case UIModalPresentationStyle::pageSheet:
+      return "pageSheet";
+    case UIModalPresentationStyle::formSheet:
+      return "formSheet";
+    case UIModalPresentationStyle::currentContext:
+      return "currentContext";
+    case UIModalPresentationStyle::custom:
+      return "custom";
+    case UIModalPresentationStyle::overFullScreen:
+      return "overFullScreen";
+    case UIModalPresentationStyle::overCurrentContext:
+      return "overCurrentContext";
+    case UIModalPresentationStyle::popover:
+      return "popover";
+    case UIModalPresentationStyle::none:
+      return "none";
+    case UIModalPresentationStyle::automatic:
+      return "automatic";
+  }
+  return "automatic";
+}
+
 UIViewController::~UIViewController() {
   if (presented_) presented_->presenting_ = nullptr;
 }

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "platform/data.h"
 
@@ -63,11 +64,18 @@ class UIImage {
   // for damaged bytes and for absurdly large dimensions.
   static std::optional<UIImage> fromData(const Data& data);
 
+  // UIImage(named:): an image of the app's assets by name. Linux ships no
+  // asset catalogue, so the image carries its name and no bitmap; nullopt for an empty name.
+  static std::optional<UIImage> named(std::string name);
+
   // The bitmap, or null when the image has none.
   const CGImage* cgImage() const { return bitmap_.get(); }
+  // The asset name the image was made from, if any.
+  const std::optional<std::string>& name() const { return name_; }
 
  private:
   std::shared_ptr<const CGImage> bitmap_;  // shared: images are immutable and cheap to copy
+  std::optional<std::string> name_;
 };
 
 // PNG bytes, or absent when the image has no bitmap or encoding fails.

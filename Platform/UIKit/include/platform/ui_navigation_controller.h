@@ -8,6 +8,9 @@
 //   stack->pushViewController(detail, /*animated=*/true);
 
 #include <memory>
+#include <optional>
+#include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "platform/ui_view_controller.h"
@@ -19,6 +22,10 @@ class UINavigationController : public UIViewController {
   // An empty stack.
   UINavigationController();
   explicit UINavigationController(std::shared_ptr<UIViewController> rootViewController);
+  // init(navigationBarClass:toolbarClass:): an empty stack; null keeps the platform's own bar or toolbar.
+  UINavigationController(const std::type_info* navigationBarClass, const std::type_info* toolbarClass);
+  UINavigationController(std::optional<std::string> nibName, std::shared_ptr<Bundle> bundle);
+  explicit UINavigationController(const NSCoder& coder);
   ~UINavigationController() override;
 
   const std::vector<std::shared_ptr<UIViewController>>& viewControllers() const { return viewControllers_; }
@@ -41,6 +48,8 @@ class UINavigationController : public UIViewController {
   void showTop();
 
   std::vector<std::shared_ptr<UIViewController>> viewControllers_;
+  const std::type_info* navigationBarClass_ = nullptr;
+  const std::type_info* toolbarClass_ = nullptr;
 };
 
 }  // namespace aurimo::platform

@@ -13,18 +13,46 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "platform/bundle.h"
+#include "platform/ns_coder.h"
+#include "platform/selector.h"
+#include "platform/ui_navigation_item.h"
 #include "platform/ui_view.h"
 
 namespace aurimo::platform {
 
 class UINavigationController;
 
-class UIViewController : public std::enable_shared_from_this<UIViewController> {
+// How a presented screen covers its presenter; the raw values are the platform's.
+enum class UIModalPresentationStyle {
+  fullScreen = 0,
+  pageSheet = 1,
+  formSheet = 2,
+  currentContext = 3,
+  custom = 4,
+  overFullScreen = 5,
+  overCurrentContext = 6,
+  popover = 7,
+  none = -1,
+  automatic = -2,
+};
+
+// "fullScreen", "pageSheet", …
+std::string_view name(UIModalPresentationStyle style);
+
+class UIViewController : public std::enable_shared_from_this<UIViewController>, public ActionTarget {
  public:
   UIViewController();
+  // init(nibName:bundle:): Linux has no interface files; the name and bundle are kept.
+  UIViewController(std::optional<std::string> nibName, std::shared_ptr<Bundle> bundle);
+  // init?(coder:): see restore(); a valid archive's "title" becomes the title.
+  explicit UIViewController(const NSCoder& coder);
   virtual ~UIViewController();
   UIViewController(const UIViewController&) = delete;
   UIViewController& operator=(const UIViewController&) = delete;
@@ -56,6 +84,23 @@ class UIViewController : public std::enable_shared_from_this<UIViewController> {
   // The platform's class name, for dumps of the tree.
   virtual std::string_view className() const { return "UIViewController"; }
 
+  const std::optional<std::string>& title() const { return title_; }
+  void setTitle(std::optional<std::string> title) { title_ = std::move(title); }
+  const std::optional<std::string>& nibName() const { return nibName_; }
+  // What this screen shows in a navigation bar while it is on top.
+  UINavigationItem& navigationItem() { return navigationItem_; }
+  const UINavigationItem& navigationItem() const { return navigationItem_; }
+
+  UIModalPresentationStyle modalPresentationStyle() const { return modalPresentationStyle_; }
+  void setModalPresentationStyle(UIModalPresentationStyle style) { modalPresentationStyle_ = style; }
+
+  // A failable init?(coder:) for any screen type constructible from a coder: null when the archive is not valid.
+  template <class Screen>
+  static std::shared_ptr<Screen> restore(const NSCoder& coder) {
+    if (!coder.isValid()) return nullptr;
+    return std::make_shared<Screen>(coder);
+  }
+
  protected:
   // Makes the view; the default is a plain UIView.
   virtual std::shared_ptr<UIView> loadView();
@@ -73,6 +118,11 @@ class UIViewController : public std::enable_shared_from_this<UIViewController> {
   void dismissPresented(bool animated);
 
   std::shared_ptr<UIView> view_;
+  std::optional<std::string> title_;
+  std::optional<std::string> nibName_;
+  std::shared_ptr<Bundle> nibBundle_;
+  UINavigationItem navigationItem_;
+  UIModalPresentationStyle modalPresentationStyle_ = UIModalPresentationStyle::automatic;
   std::shared_ptr<UIViewController> presented_;
   UIViewController* presenting_ = nullptr;
   UIViewController* parent_ = nullptr;
