@@ -17,6 +17,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -86,8 +87,23 @@ class RecordingAppsFlyerAnalytics final : public AppContextAppsFlyerAnalyticsMan
   DeepLinkHandler handler_;
 };
 
+// A screen that answers every action a control sends it and remembers the last one.
+class RecordingScreen : public AppContextBaseViewController {
+ public:
+  bool respondsTo(const platform::Selector&) const override { return true; }
+  bool perform(const platform::Selector& selector) override {
+    received_ = selector.name;
+    return true;
+  }
+  // The last action received, forgotten once read.
+  std::optional<std::string> takeReceivedAction() { return std::exchange(received_, std::nullopt); }
+
+ private:
+  std::optional<std::string> received_;
+};
+
 // The main tab screen, recording the context's foreground call.
-class RecordingTabBarController final : public AppContextBaseViewController, public MainTabBarControllerProtocol {
+class RecordingTabBarController final : public RecordingScreen, public MainTabBarControllerProtocol {
  public:
   explicit RecordingTabBarController(std::shared_ptr<CallLog> log) : log_(std::move(log)) {}
   void applicationWillEnterForeground() override;

@@ -6,6 +6,10 @@
 //   {"event":"showActivityIndicator","title":…|null,"closeButtonAfter":SECONDS}
 //   {"event":"hideActivityIndicator"}, {"event":"tapActivityIndicatorClose"}, {"event":"activityIndicator"}
 //   {"event":"wait","seconds":S}
+//   {"event":"configureNavigationBar","configuration":{…},"backgroundState":…,"isNeedUpdateScrollEdgeAppearance":B}
+//   {"event":"tapBarButton","side":"left"|"right"}
+//   {"event":"pushScreen","title":…}, {"event":"popScreen"}
+//   {"event":"topMost","traverseNavigationController":B}
 //   {"event":"screen"}
 // ERROR is {"domain":…,"code":N,"description":…,"underlying":ERROR} (each
 // optional) or {"coreServicesKitError":ORDINAL}.
@@ -24,6 +28,8 @@
 #include "platform/bundle.h"
 #include "support/app_session.h"
 #include "support/screen_json.h"
+#include "platform/ui_navigation_controller.h"
+#include "testing/recording_app_managers.h"
 
 namespace aurimo::tool {
 namespace {
@@ -70,6 +76,69 @@ platform::Error errorOf(const nlohmann::json& value, int depth = 0) {
     return platform::Error(domain, code, std::move(description), errorOf(value["underlying"], depth + 1));
   }
   return platform::Error(domain, code, std::move(description));
+}
+
+using Screen = AppContextBaseViewController;
+
+platform::UIColor colorOf(const nlohmann::json& value, const std::string& field) {
+  bool valid = value.is_array() && value.size() == 4;
+  for (std::size_t i = 0; valid && i < 4; ++i) {
+    valid = value[i].is_number() && value[i].get<double>() >= 0 && value[i].get<double>() <= 1;
+  }
+  if (!valid) throw EventError("configureNavigationBar: \"" + field + "\" must be [r,g,b,a] with components from 0 to 1");
+  return {value[0].get<double>(), value[1].get<double>(), value[2].get<double>(), value[3].get<double>()};
+}
+
+std::optional<Screen::BaseNavigationBarConfiguration::BarButtonConfiguration> buttonOf(const nlohmann::json& config,
+                                                                                    const char* side) {
+  if (!config.contains(side) || config[side].is_null()) return std::nullopt;
+  const nlohmann::json& button = config[side];
+  const std::string where = std::string("configureNavigationBar: \"") + side + "\"";
+  if (!button.is_object()) throw EventError(where + " must be a JSON object or null");
+  if (!button.contains("action") || !button["action"].is_string()) throw EventError(where + " needs an \"action\" name");
+  Screen::BaseNavigationBarConfiguration::BarButtonConfiguration out{
+      .action = platform::Selector(button["action"].get<std::string>()),
+      .style = platform::UIBarButtonItem::Style::plain,
+      .title = std::nullopt,
+      .image = std::nullopt,
+      .font = std::nullopt,
+  };
+  const std::string style = button.contains("style") && button["style"].is_string() ? button["style"].get<std::string>() : "plain";
+  if (style != "plain" && style != "done") throw EventError(where + ": \"style\" must be plain or done");
+  out.style = style == "done" ? platform::UIBarButtonItem::Style::done : platform::UIBarButtonItem::Style::plain;
+  out.title = nullableText(button, "title", "configureNavigationBar");
+  if (std::optional<std::string> image = nullableText(button, "image", "configureNavigationBar")) {
+    out.image = platform::UIImage::named(*image);
+  }
+  if (button.contains("font") && !button["font"].is_null()) {
+    const nlohmann::json& font = button["font"];
+    std::optional<platform::UIFont::Weight> weight;
+    if (font.is_object() && font.contains("weight") && font["weight"].is_string()) {
+      weight = platform::fontWeightNamed(font["weight"].get<std::string>());
+    }
+    if (!weight || !font.contains("size") || !font["size"].is_number() || font["size"].get<double>() <= 0) {
+      throw EventError(where + ": \"font\" must be {\"size\":N,\"weight\":W} with a UIFont.Weight name");
+    }
+    out.font = platform::UIFont::systemFont(font["size"].get<double>(), *weight);
+  }
+  return out;
+}
+
+Screen::NavigationBackgroundState backgroundOf(const nlohmann::json& event) {
+  const nlohmann::json& state = requiredField(event, "backgroundState");
+  if (state == "transparent") return Screen::NavigationBackgroundState::transparent();
+  if (state == "standart") return Screen::NavigationBackgroundState::standart();
+  if (state.is_object() && state.size() == 1 && state.contains("opaque") && state["opaque"].is_number() &&
+      state["opaque"].get<double>() >= 0 && state["opaque"].get<double>() <= 1) {
+    return Screen::NavigationBackgroundState::opaque(state["opaque"].get<double>());
+  }
+  throw EventError("configureNavigationBar: \"backgroundState\" must be \"transparent\", \"standart\" or {\"opaque\":ALPHA}");
+}
+
+Json stackJson(const platform::UINavigationController& navigation) {
+  Json titles = Json::array();
+  for (const auto& screen : navigation.viewControllers()) titles.push_back(screen->title() ? Json(*screen->title()) : Json(nullptr));
+  return titles;
 }
 
 Json consoleJson(std::vector<std::string> lines) {
@@ -180,6 +249,68 @@ void ScreenEvents::registerEvents(EventHost& host) {
     }
     app_->clock().skip(seconds.get<double>());
     return [seconds](Json& out) { out["seconds"] = seconds; };
+  });
+
+  host.on("configureNavigationBar", [this](const nlohmann::json& event) -> EventHost::Answer {
+    app_->context();
+    const nlohmann::json& config = requiredField(event, "configuration");
+    if (!config.is_object()) throw EventError("configureNavigationBar: \"configuration\" must be a JSON object");
+    Screen::BaseNavigationBarConfiguration configuration{
+        .title = nullableText(config, "title", "configureNavigationBar"),
+        .leftBarButtonConfiguration = buttonOf(config, "left"),
+        .rightBarButtonConfiguration = buttonOf(config, "right"),
+        .tintColor = std::nullopt,
+    };
+    if (config.contains("tintColor") && !config["tintColor"].is_null()) {
+      configuration.tintColor = colorOf(config["tintColor"], "tintColor");
+    }
+    const Screen::NavigationBackgroundState background = backgroundOf(event);
+    const nlohmann::json& scrollEdge = requiredField(event, "isNeedUpdateScrollEdgeAppearance");
+    if (!scrollEdge.is_boolean()) throw EventError("configureNavigationBar: \"isNeedUpdateScrollEdgeAppearance\" must be true or false");
+    auto screen = std::dynamic_pointer_cast<Screen>(app_->navigation().topViewController());
+    if (!screen) throw EventError("configureNavigationBar: the top screen is not an AppContextBaseViewController");
+    screen->configureNavigationBar(configuration, background, scrollEdge.get<bool>());
+    return [screen](Json& out) { out["navigationItem"] = navigationItemJson(screen->navigationItem()); };
+  });
+
+  host.on("tapBarButton", [this](const nlohmann::json& event) -> EventHost::Answer {
+    app_->context();
+    const std::string side = requiredString(event, "side");
+    if (side != "left" && side != "right") throw EventError("tapBarButton: \"side\" must be left or right");
+    auto screen = std::dynamic_pointer_cast<test::RecordingScreen>(app_->navigation().topViewController());
+    if (!screen) throw EventError("tapBarButton: the top screen takes no taps");
+    const auto& item = side == "left" ? screen->navigationItem().leftBarButtonItem() : screen->navigationItem().rightBarButtonItem();
+    if (!item) throw EventError("tapBarButton: there is no " + side + " button");
+    screen->takeReceivedAction();
+    item->tap();
+    std::optional<std::string> received = screen->takeReceivedAction();
+    return [received](Json& out) { out["action"] = received ? Json(*received) : Json(nullptr); };
+  });
+
+  host.on("pushScreen", [this](const nlohmann::json& event) -> EventHost::Answer {
+    AppContext& context = app_->context();
+    auto screen = std::make_shared<test::RecordingScreen>();
+    screen->setTitle(nullableText(event, "title", "pushScreen"));
+    screen->setAppContext(context.shared_from_this());
+    app_->navigation().pushViewController(std::move(screen), true);
+    return [this](Json& out) { out["navigationStack"] = stackJson(app_->navigation()); };
+  });
+
+  host.on("popScreen", [this](const nlohmann::json&) -> EventHost::Answer {
+    app_->context();
+    app_->navigation().popViewController(true);
+    return [this](Json& out) { out["navigationStack"] = stackJson(app_->navigation()); };
+  });
+
+  host.on("topMost", [this](const nlohmann::json& event) -> EventHost::Answer {
+    AppContext& context = app_->context();
+    const nlohmann::json& traverse = requiredField(event, "traverseNavigationController");
+    if (!traverse.is_boolean()) throw EventError("topMost: \"traverseNavigationController\" must be true or false");
+    std::shared_ptr<platform::UIViewController> top = context.getTopMostPresentedViewController(traverse.get<bool>());
+    return [top](Json& out) {
+      out["viewController"] = std::string(top->className());
+      out["title"] = top->title() ? Json(*top->title()) : Json(nullptr);
+    };
   });
 
   host.on("screen", [this](const nlohmann::json&) -> EventHost::Answer {

@@ -106,11 +106,14 @@ void AppSession::launch(SignInState account) {
   announcementsToken_ = platform::NotificationCenter::defaultCenter().addObserver(
       UniversalLinkManager::valueForShouldGoToDidChangeNotification(), context_->universalLinkManager().get(),
       [this](const platform::Notification&) { ++announcements_; });
-  // What the app does once its first screens exist: the tab screen as the
-  // window's root, and its discount reminder, filed by a fresh schedule update.
+  // What the app does once its first screens exist: the tab screen in a
+  // navigation stack as the window's root, and its discount reminder, filed
+  // by a fresh schedule update.
   tabBar_ = std::make_shared<test::RecordingTabBarController>(log_);
   tabBar_->setAppContext(context_);
-  window_->setRootViewController(tabBar_);
+  tabBar_->setTitle("Home");
+  navigation_ = std::make_shared<AppContextBaseNavigationController>(tabBar_);
+  window_->setRootViewController(navigation_);
   window_->makeKeyAndVisible();
   context_->setTabBarController(tabBar_);
   context_->localUserNotificationScheduler()->setScheduleDiscount(scheduleDiscountReminder);

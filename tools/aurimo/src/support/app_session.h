@@ -25,6 +25,7 @@
 
 #include "app_context/context/app_context.h"
 #include "app_context/media/cache_helper.h"
+#include "app_context/screens/app_context_base_navigation_controller.h"
 #include "platform/notification_center.h"
 #include "support/device_state.h"
 #include "support/event_host.h"
@@ -64,6 +65,8 @@ class AppSession {
   const test::CallLog& calls() const { return *log_; }
   test::RecordingAppManagers& managers() { return managers_; }
   CacheHelper& imageCache() { return *imageCache_; }
+  // The navigation stack at the window's root; the tab screen is its first screen.
+  AppContextBaseNavigationController& navigation() { return *navigation_; }
   DeviceState& device() { return started().device; }
   // Applies a changed device, reachability included.
   void deviceDidChange();
@@ -108,6 +111,7 @@ class AppSession {
   std::optional<std::size_t> unreportedBroadcasts_ = 0;
   std::shared_ptr<platform::UIWindow> window_;
   std::shared_ptr<test::RecordingTabBarController> tabBar_;
+  std::shared_ptr<AppContextBaseNavigationController> navigation_;
   std::shared_ptr<CacheHelper> imageCache_;
   std::shared_ptr<AppContext> context_;
   std::size_t announcements_ = 0;

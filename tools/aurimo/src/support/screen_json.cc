@@ -40,9 +40,66 @@ Json viewJson(const platform::UIView& view) {
   return out;
 }
 
+Json attributesJson(const std::optional<platform::TextAttributes>& attributes) {
+  if (!attributes) return nullptr;
+  Json out;
+  out["font"] = attributes->font ? Json{{"size", attributes->font->pointSize},
+                                        {"weight", std::string(platform::name(attributes->font->weight))}}
+                                 : Json(nullptr);
+  out["foregroundColor"] = attributes->foregroundColor ? colorJson(*attributes->foregroundColor) : Json(nullptr);
+  return out;
+}
+
+Json imageName(const std::optional<platform::UIImage>& image) {
+  return image && image->name() ? Json(*image->name()) : Json(nullptr);
+}
+
+Json buttonViewJson(const platform::UIView* view) {
+  const auto* button = dynamic_cast<const platform::UIButton*>(view);
+  if (!button || !button->configuration()) return nullptr;
+  const platform::UIButton::Configuration& look = *button->configuration();
+  Json out;
+  out["attributedTitle"] = look.attributedTitle ? Json{{"text", look.attributedTitle->string},
+                                                       {"attributes", attributesJson(look.attributedTitle->attributes)}}
+                                                : Json(nullptr);
+  out["image"] = imageName(look.image);
+  out["imagePadding"] = look.imagePadding;
+  const auto& targets = button->targets();
+  out["action"] = targets.empty() ? Json(nullptr) : Json(targets.front().action.name);
+  out["controlEvent"] = targets.empty() ? Json(nullptr) : Json("touchUpInside");
+  return out;
+}
+
+Json barJson(const std::shared_ptr<platform::UIBarButtonItem>& item) {
+  if (!item) return nullptr;
+  Json out;
+  out["kind"] = std::string(platform::name(item->kind()));
+  out["style"] = std::string(platform::name(item->style()));
+  out["title"] = optionalText(item->title());
+  out["image"] = imageName(item->image());
+  out["action"] = item->action() ? Json(item->action()->name) : Json(nullptr);
+  out["tintColor"] = item->tintColor() ? colorJson(*item->tintColor()) : Json(nullptr);
+  out["titleTextAttributes"] = Json{{"normal", attributesJson(item->titleTextAttributes(platform::UIControlState::normal))},
+                                    {"highlighted", attributesJson(item->titleTextAttributes(platform::UIControlState::highlighted))}};
+  out["hidesSharedBackground"] = item->hidesSharedBackground();
+  out["customView"] = buttonViewJson(item->customView().get());
+  return out;
+}
+
+Json appearanceJson(const std::shared_ptr<platform::UINavigationBarAppearance>& appearance) {
+  if (!appearance) return nullptr;
+  Json out;
+  out["background"] = std::string(platform::name(appearance->background()));
+  out["shadowColor"] = appearance->shadowColor() ? colorJson(*appearance->shadowColor()) : Json(nullptr);
+  out["backgroundColor"] = appearance->backgroundColor() ? colorJson(*appearance->backgroundColor()) : Json(nullptr);
+  return out;
+}
+
 Json controllerJson(const platform::UIViewController& controller) {
   Json out;
   out["class"] = std::string(controller.className());
+  out["title"] = optionalText(controller.title());
+  out["navigationItem"] = navigationItemJson(controller.navigationItem());
   if (const auto* navigation = dynamic_cast<const platform::UINavigationController*>(&controller)) {
     Json stack = Json::array();
     for (const auto& screen : navigation->viewControllers()) stack.push_back(controllerJson(*screen));
@@ -57,6 +114,18 @@ Json controllerJson(const platform::UIViewController& controller) {
 }
 
 }  // namespace
+
+Json colorJson(const platform::UIColor& color) { return Json::array({color.red, color.green, color.blue, color.alpha}); }
+
+Json navigationItemJson(const platform::UINavigationItem& item) {
+  Json out;
+  out["title"] = optionalText(item.title());
+  out["leftBarButtonItem"] = barJson(item.leftBarButtonItem());
+  out["rightBarButtonItem"] = barJson(item.rightBarButtonItem());
+  out["standardAppearance"] = appearanceJson(item.standardAppearance());
+  out["scrollEdgeAppearance"] = appearanceJson(item.scrollEdgeAppearance());
+  return out;
+}
 
 Json screenJson(const platform::UIApplication& application) {
   Json windows = Json::array();

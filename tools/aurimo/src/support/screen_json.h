@@ -9,6 +9,7 @@
 #include "platform/application.h"
 #include "platform/bundle.h"
 #include "platform/ui_alert_controller.h"
+#include "platform/ui_navigation_item.h"
 #include "result_views_kit/global_activity_indicator_view.h"
 
 namespace aurimo::tool {
@@ -26,6 +27,11 @@ nlohmann::ordered_json alertJson(const platform::UIAlertController& alert, const
 
 // The alert on top of everything, if any: the top of the highest window's presented chain.
 std::shared_ptr<platform::UIAlertController> topMostAlert(const platform::UIApplication& application);
+
+// [r,g,b,a], components from 0 to 1.
+nlohmann::ordered_json colorJson(const platform::UIColor& color);
+// {"title","leftBarButtonItem","rightBarButtonItem","standardAppearance","scrollEdgeAppearance"}.
+nlohmann::ordered_json navigationItemJson(const platform::UINavigationItem& item);
 
 // {"visible","caption","closeButtonVisible","host":"window"|"view"|null,"idleTimerDisabled"}.
 nlohmann::ordered_json indicatorJson(ResultViewsKit::GlobalActivityIndicatorView& indicator,
