@@ -146,7 +146,8 @@ class AppContext : public std::enable_shared_from_this<AppContext> {
   // The one full-screen activity indicator, over the top-most screen; a nil
   // title shows one of two default captions at random. The second form
   // reveals a close button after `showCloseButtonAfter` seconds, which hides
-  // the indicator and then calls `closeButtonHandler`.
+  // the indicator and then calls `closeButtonHandler`; until the indicator is
+  // hidden, that button keeps the context alive.
   void showGlobalActivityIndicator(std::optional<std::string> title);
   void showGlobalActivityIndicator(std::optional<std::string> title, platform::TimeInterval showCloseButtonAfter,
                                    std::function<void()> closeButtonHandler);
