@@ -22,8 +22,25 @@ namespace aurimo::platform {
 
 class UINavigationController;
 
+// How a presented screen covers its presenter; the raw values are the platform's.
+enum class UIModalPresentationStyle {
+  fullScreen = 0,
+  pageSheet = 1,
+  formSheet = 2,
+  currentContext = 3,
+  custom = 4,
+  overFullScreen = 5,
+  overCurrentContext = 6,
+  popover = 7,
+  none = -1,
+  automatic = -2,
+};
+
 class UIViewController : public std::enable_shared_from_this<UIViewController> {
  public:
+  // Reachable through the controller too: UIViewController::UIModalPresentationStyle::pageSheet.
+  using UIModalPresentationStyle = platform::UIModalPresentationStyle;
+
   UIViewController();
   virtual ~UIViewController();
   UIViewController(const UIViewController&) = delete;
@@ -53,6 +70,10 @@ class UIViewController : public std::enable_shared_from_this<UIViewController> {
   bool isBeingDismissed() const { return beingDismissed_; }
   bool isBeingPresented() const { return beingPresented_; }
 
+  // Recorded for the presenter to honour; the headless model presents every style alike.
+  UIModalPresentationStyle modalPresentationStyle() const;
+  void setModalPresentationStyle(UIModalPresentationStyle style);
+
   // The platform's class name, for dumps of the tree.
   virtual std::string_view className() const { return "UIViewController"; }
 
@@ -78,6 +99,7 @@ class UIViewController : public std::enable_shared_from_this<UIViewController> {
   UIViewController* parent_ = nullptr;
   bool beingPresented_ = false;
   bool beingDismissed_ = false;
+  UIModalPresentationStyle modalPresentationStyle_ = UIModalPresentationStyle::automatic;
 };
 
 }  // namespace aurimo::platform
