@@ -10,6 +10,9 @@
 #ifndef AURIMO_LOCALE_DIR
 #define AURIMO_LOCALE_DIR "/usr/local/share/locale"
 #endif
+#ifndef AURIMO_BUNDLE_VERSION
+#define AURIMO_BUNDLE_VERSION "1"
+#endif
 
 namespace aurimo::platform {
 namespace {
@@ -39,7 +42,9 @@ std::string tableDomain(const std::string& bundleDomain, std::string_view table)
 }  // namespace
 
 Bundle::Bundle(std::string textDomain, std::filesystem::path localeDirectory)
-    : textDomain_(std::move(textDomain)), localeDirectory_(std::move(localeDirectory)) {
+    : textDomain_(std::move(textDomain)),
+      localeDirectory_(std::move(localeDirectory)),
+      infoDictionary_(nlohmann::json{{"CFBundleVersion", AURIMO_BUNDLE_VERSION}}) {
   bindDomain(textDomain_, localeDirectory_);
 }
 
@@ -62,6 +67,16 @@ std::string Bundle::localizedString(std::string_view key, std::string_view value
   const char* translated = dgettext(domain.c_str(), id.c_str());
   if (translated != id.c_str()) return translated;
   return value.empty() ? id : std::string(value);
+}
+
+std::optional<nlohmann::json> Bundle::infoDictionary() const {
+  std::lock_guard lock(mutex_);
+  return infoDictionary_;
+}
+
+void Bundle::setInfoDictionary(std::optional<nlohmann::json> dictionary) {
+  std::lock_guard lock(mutex_);
+  infoDictionary_ = std::move(dictionary);
 }
 
 }  // namespace aurimo::platform

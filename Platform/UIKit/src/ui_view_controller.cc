@@ -119,6 +119,16 @@ void UIViewController::dismissPresented(bool animated) {
   leaving->beingDismissed_ = false;
 }
 
+UIViewController::UIModalPresentationStyle UIViewController::modalPresentationStyle() const {
+  dispatchPreconditionOnMain();
+  return modalPresentationStyle_;
+}
+
+void UIViewController::setModalPresentationStyle(UIModalPresentationStyle style) {
+  dispatchPreconditionOnMain();
+  modalPresentationStyle_ = style;
+}
+
 void UIViewController::addChild(UIViewController& child) {
   dispatchPreconditionOnMain();
   if (child.parent_ == this) return;

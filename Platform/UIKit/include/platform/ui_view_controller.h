@@ -48,6 +48,9 @@ std::string_view name(UIModalPresentationStyle style);
 
 class UIViewController : public std::enable_shared_from_this<UIViewController>, public ActionTarget {
  public:
+  // Reachable through the controller too: UIViewController::UIModalPresentationStyle::pageSheet.
+  using UIModalPresentationStyle = platform::UIModalPresentationStyle;
+
   UIViewController();
   // init(nibName:bundle:): Linux has no interface files; the name and bundle are kept.
   UIViewController(std::optional<std::string> nibName, std::shared_ptr<Bundle> bundle);
@@ -81,6 +84,10 @@ class UIViewController : public std::enable_shared_from_this<UIViewController>, 
   bool isBeingDismissed() const { return beingDismissed_; }
   bool isBeingPresented() const { return beingPresented_; }
 
+  // Recorded for the presenter to honour; the headless model presents every style alike.
+  UIModalPresentationStyle modalPresentationStyle() const;
+  void setModalPresentationStyle(UIModalPresentationStyle style);
+
   // The platform's class name, for dumps of the tree.
   virtual std::string_view className() const { return "UIViewController"; }
 
@@ -90,9 +97,6 @@ class UIViewController : public std::enable_shared_from_this<UIViewController>, 
   // What this screen shows in a navigation bar while it is on top.
   UINavigationItem& navigationItem() { return navigationItem_; }
   const UINavigationItem& navigationItem() const { return navigationItem_; }
-
-  UIModalPresentationStyle modalPresentationStyle() const { return modalPresentationStyle_; }
-  void setModalPresentationStyle(UIModalPresentationStyle style) { modalPresentationStyle_ = style; }
 
   // A failable init?(coder:) for any screen type constructible from a coder: null when the archive is not valid.
   template <class Screen>
