@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "app_context/context/app_context.h"
+#include "platform/services.h"
 #include "platform/dispatch_queue.h"
 #include "platform/fatal_error.h"
 #include "settings_store_kit/app_settings_storage.h"
@@ -86,9 +86,10 @@ std::shared_ptr<QzSafariViewController> QzSafariViewController::instantiateSubsc
   return pageSheet(constantURL(Constants::subscriptionTermsForChina, "subscriptionTermsForChina"));
 }
 
-std::shared_ptr<QzSafariViewController> QzSafariViewController::instantiateContactUs(const AppContext& appContext) {
+std::shared_ptr<QzSafariViewController> QzSafariViewController::instantiateContactUs(
+    [[maybe_unused]] const AppContext& appContext) {
   // Nothing trimmed or checked: the constant must not carry a query of its own.
-  const std::string text = std::string(Constants::supportUrl) + "?" + contactUsQuery(appContext.services());
+  const std::string text = std::string(Constants::supportUrl) + "?" + contactUsQuery(platform::Services::defaults());
   std::optional<URL> url = URL::fromString(text);
   if (!url) platform::fatalError("the contact-us URL is not valid: " + text);
   auto browser = std::make_shared<QzSafariViewController>(std::move(*url));

@@ -36,8 +36,9 @@ class QzSafariViewController : public platform::SFSafariViewController, public D
   // The support contact page, full screen, deferring on. Its query names the
   // device model and system version (percent-encoded), the build number and,
   // when set, the api server's user identifier (both sent as they are), read
-  // from the context's services. A bundle without a string CFBundleVersion, or
-  // a URL that does not parse, stops the process.
+  // from the process's device, main bundle and standard user defaults; the
+  // context is taken for the app's call sites and not read. A bundle without a
+  // string CFBundleVersion, or a URL that does not parse, stops the process.
   static std::shared_ptr<QzSafariViewController> instantiateContactUs(const AppContext& appContext);
 
   bool isDefferingBannerActionsEnabled() const override;
