@@ -86,10 +86,14 @@ void UIViewController::present(std::shared_ptr<UIViewController> controller, boo
   UIViewController& shown = *presented_;
   shown.presenting_ = this;
   shown.beingPresented_ = true;
-  shown.view();  // loaded (and viewDidLoad run) before any appearance callback, as the platform does
+  // A full-screen presentation hides its presenter, which disappears meanwhile; sheets leave it on screen.
+  const bool covers = shown.modalPresentationStyle_ == UIModalPresentationStyle::fullScreen;
+  shown.view();
+  if (covers) viewWillDisappear(animated);
   shown.viewWillAppear(animated);
   if (UIWindow* window = view()->window()) window->addSubview(shown.view());
   shown.viewDidAppear(animated);
+  if (covers) viewDidDisappear(animated);
   shown.beingPresented_ = false;
   if (completion) completion();
 }
@@ -110,12 +114,15 @@ void UIViewController::dismissPresented(bool animated) {
   std::shared_ptr<UIViewController> leaving = presented_;
   if (!leaving) return;
   if (leaving->presented_) leaving->dismissPresented(animated);  // top of the chain first
+  const bool covered = leaving->modalPresentationStyle_ == UIModalPresentationStyle::fullScreen;
   leaving->beingDismissed_ = true;
   leaving->viewWillDisappear(animated);
+  if (covered) viewWillAppear(animated);
   if (leaving->isViewLoaded()) leaving->view()->removeFromSuperview();
   presented_.reset();
   leaving->presenting_ = nullptr;
   leaving->viewDidDisappear(animated);
+  if (covered) viewDidAppear(animated);
   leaving->beingDismissed_ = false;
 }
 

@@ -55,5 +55,22 @@ TEST(ScreenEventsTest, TheTopScreenStylesItsBarAndAnswersItsButtons) {
   }, {"--data-dir", aurimo.path("data"), "run"});
 }
 
+TEST(ScreenEventsTest, TheContactPageCarriesTheDeviceAndReleasesAHeldBannerOnlyWhenDismissed) {
+  CommandRunner aurimo(AURIMO_BINARY);
+  const std::string contact = R"({"url":"https://support.aurimo.app/contact?devname=iPhone%2014&iosver=17.2&appver=12+3",)"
+                              R"("modalPresentationStyle":"fullScreen","preferredControlTintColor":[*],"isDefferingBannerActionsEnabled":true,)";
+  aurimo.expectRun({
+      {R"({"event":"device","modelName":"iPhone 14","systemVersion":"17.2","buildNumber":"12+3"})", "*"},
+      {R"({"event":"dismissBrowser"})", R"({"error":"dismissBrowser: no browser is open"})"},
+      {R"({"event":"openBrowser","page":"contactUs"})", R"({"event":"openBrowser","browser":)" + contact + R"("needsToRunDefferedBannerActionsAfterDismiss":false}})"},
+      {R"({"event":"holdBannerAction"})", "*"},
+      {R"({"event":"coverBrowser"})", R"({"event":"coverBrowser","browser":)" + contact + R"("needsToRunDefferedBannerActionsAfterDismiss":true},"broadcasts":[]})"},
+      {R"({"event":"dismissBrowser"})", R"({"event":"dismissBrowser","browser":)" + contact + R"("needsToRunDefferedBannerActionsAfterDismiss":false},"broadcasts":["defferedBannerShowController_defferedActionsCanBeExecuted"]})"},
+      {R"({"event":"apiServerUserIdentifier","value":"a b"})", "*"},
+      {R"({"event":"openBrowser","page":"contactUs"})", R"({"error":"openBrowser: the build number or the user identifier cannot go into the contact page's address"})"},
+      {R"({"event":"openBrowser","page":"termsOfUse"})", R"({"event":"openBrowser","browser":{"url":"https://support.aurimo.app/terms","modalPresentationStyle":"pageSheet",*"isDefferingBannerActionsEnabled":false,*})"},
+  }, {"--data-dir", aurimo.path("data"), "run"});
+}
+
 }  // namespace
 }  // namespace aurimo::test

@@ -9,6 +9,7 @@ void registerAllEvents(EventHost& host) {
   host.add(mediaEvents(app));
   host.add(notificationEvents(app));
   host.add(screenEvents(app));
+  host.add(browserEvents(app));
 }
 
 }  // namespace aurimo::tool

@@ -34,6 +34,10 @@ std::unique_ptr<EventModule> mediaEvents(std::shared_ptr<AppSession> app);
 // "wait", "screen": what is on screen (screen_events.cc).
 std::unique_ptr<EventModule> screenEvents(std::shared_ptr<AppSession> app);
 
+// "openBrowser", "holdBannerAction", "coverBrowser", "dismissBrowser": the
+// in-app browser (browser_events.cc).
+std::unique_ptr<EventModule> browserEvents(std::shared_ptr<AppSession> app);
+
 // Adds every subsystem's module to `host`, all sharing one app.
 void registerAllEvents(EventHost& host);
 

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "platform/bundle.h"
 #include "platform/state_file.h"
 #include "platform/ui_device.h"
 #include "platform/ui_screen.h"
@@ -66,6 +67,7 @@ void DeviceState::apply() const {
   platform::UIDevice::current().setSystemVersion(systemVersion);
   platform::UIDevice::current().setModelName(modelName);
   platform::UIScreen::main().setScale(screenScale.get<double>());
+  platform::Bundle::main().setInfoDictionary(nlohmann::json{{"CFBundleVersion", buildNumber}});
 }
 
 nlohmann::ordered_json DeviceState::json() const {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "app_context/context/alert_action.h"
+#include "platform/sf_safari_view_controller.h"
 #include "platform/ui_button.h"
 #include "platform/ui_label.h"
 #include "platform/ui_navigation_controller.h"
@@ -104,6 +105,10 @@ Json controllerJson(const platform::UIViewController& controller) {
     Json stack = Json::array();
     for (const auto& screen : navigation->viewControllers()) stack.push_back(controllerJson(*screen));
     out["viewControllers"] = std::move(stack);
+  }
+  if (const auto* browser = dynamic_cast<const platform::SFSafariViewController*>(&controller)) {
+    out["url"] = browser->url().absoluteString();
+    out["modalPresentationStyle"] = std::string(platform::name(browser->modalPresentationStyle()));
   }
   if (const auto* alert = dynamic_cast<const platform::UIAlertController*>(&controller)) {
     out["alert"] = alertJson(*alert, platform::Bundle::main());
