@@ -57,15 +57,16 @@ class AppContextBaseViewController : public SharedLogicKit::BaseViewController {
     struct BarButtonConfiguration {
       platform::Selector action;  // sent to the screen on a tap
       platform::UIBarButtonItem::Style style = platform::UIBarButtonItem::Style::plain;
-      std::optional<std::string> title;
-      std::optional<platform::UIImage> image;
-      std::optional<platform::UIFont> font;  // nullopt: the default font
+      std::optional<std::string> title = std::nullopt;
+      std::optional<platform::UIImage> image = std::nullopt;
+      std::optional<platform::UIFont> font = std::nullopt;  // nullopt: the default font
     };
 
-    std::optional<std::string> title;
-    std::optional<BarButtonConfiguration> leftBarButtonConfiguration;
-    std::optional<BarButtonConfiguration> rightBarButtonConfiguration;
-    std::optional<platform::UIColor> tintColor;  // nullopt: the default tint
+    // Defaults let designated initialisers name only the fields they set.
+    std::optional<std::string> title = std::nullopt;
+    std::optional<BarButtonConfiguration> leftBarButtonConfiguration = std::nullopt;
+    std::optional<BarButtonConfiguration> rightBarButtonConfiguration = std::nullopt;
+    std::optional<platform::UIColor> tintColor = std::nullopt;  // nullopt: the default tint
   };
 
   // The app's default tint: (244, 132, 55, 255).
