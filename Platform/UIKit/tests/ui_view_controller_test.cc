@@ -12,9 +12,10 @@ using std::make_shared;
 
 // Notes what the platform promises a screen when it appears and when it is dismissed.
 struct Sheet final : UIViewController {
-  void viewWillAppear(bool) override { loadedBeforeAppearing = isViewLoaded(); }
-  void viewDidDisappear(bool) override { dismissedWhenGone = isBeingDismissed(); }
+  void viewWillAppear(bool) override { loadedBeforeAppearing = isViewLoaded(), ++appearances; }
+  void viewDidDisappear(bool) override { dismissedWhenGone = isBeingDismissed(), ++disappearances; }
   bool loadedBeforeAppearing = false, dismissedWhenGone = false;
+  int appearances = 0, disappearances = 0;
 };
 
 TEST(UIViewController, PresentsOneAtATimeAndDismissesEverythingAbove) {
@@ -41,6 +42,21 @@ TEST(UIViewController, PresentsOneAtATimeAndDismissesEverythingAbove) {
   a->dismiss(false);  // presents nothing now: leaves its presenter
   EXPECT_EQ(root->presentedViewController(), nullptr);
   EXPECT_EQ(a->view()->window(), nullptr);
+
+  // Only a full-screen presentation hides its presenter, which comes back when it goes.
+  for (const auto style : {UIModalPresentationStyle::fullScreen, UIModalPresentationStyle::pageSheet}) {
+    auto cover = make_shared<Sheet>();
+    cover->setModalPresentationStyle(style);
+    a = make_shared<Sheet>();
+    root->present(a, false);
+    a->present(cover, false);
+    cover->dismiss(false);
+    const int expected = style == UIModalPresentationStyle::fullScreen ? 1 : 0;
+    EXPECT_EQ(a->disappearances, expected);
+    EXPECT_EQ(a->appearances, 1 + expected);
+    EXPECT_FALSE(a->dismissedWhenGone);
+    a->dismiss(false);
+  }
 }
 
 TEST(UINavigationController, AdoptsItsStackAndShowsOnlyTheTop) {

@@ -43,11 +43,13 @@ TEST(ScreenEventsTest, AlertsStackTheErrorInfoRoundTripAndTheIndicatorsCloseButt
 TEST(ScreenEventsTest, TheTopScreenStylesItsBarAndAnswersItsButtons) {
   CommandRunner aurimo(AURIMO_BINARY);
   const std::string both = R"({"action":"back","title":"Back","image":"chevron"})";
+  const std::string share = R"({"action":"share","title":"Share","image":"arrow"})";
   aurimo.expectRun({
       {R"({"event":"pushScreen","title":"Detail"})", R"({"event":"pushScreen","navigationStack":["Home","Detail"]})"},
-      {R"({"event":"configureNavigationBar","configuration":{"left":)" + both + R"(,"right":)" + both + R"(},"backgroundState":{"opaque":0.25},"isNeedUpdateScrollEdgeAppearance":false})",
-       R"({"event":"configureNavigationBar","navigationItem":{"title":null,"leftBarButtonItem":{"kind":"customView",*"customView":{"attributedTitle":{"text":"Back",*"imagePadding":6.0,"action":"back","controlEvent":"touchUpInside"}},"rightBarButtonItem":{"kind":"title",*"image":null,"action":"back",*"standardAppearance":{"background":"opaque","shadowColor":[0.0,0.0,0.0,0.0],"backgroundColor":[1.0,1.0,1.0,0.25]},"scrollEdgeAppearance":null}})"},
+      {R"({"event":"configureNavigationBar","configuration":{"left":)" + both + R"(,"right":)" + share + R"(},"backgroundState":{"opaque":0.25},"isNeedUpdateScrollEdgeAppearance":false})",
+       R"({"event":"configureNavigationBar","navigationItem":{"title":null,"leftBarButtonItem":{"kind":"customView",*"customView":{"attributedTitle":{"text":"Back",*"imagePadding":6.0,"action":"back","controlEvent":"touchUpInside"}},"rightBarButtonItem":{"kind":"title",*"image":null,"action":"share",*"standardAppearance":{"background":"opaque","shadowColor":[0.0,0.0,0.0,0.0],"backgroundColor":[1.0,1.0,1.0,0.25]},"scrollEdgeAppearance":null}})"},
       {R"({"event":"tapBarButton","side":"left"})", R"({"event":"tapBarButton","action":"back"})"},
+      {R"({"event":"tapBarButton","side":"right"})", R"({"event":"tapBarButton","action":"share"})"},
       {R"({"event":"configureNavigationBar","configuration":{},"backgroundState":"opaque","isNeedUpdateScrollEdgeAppearance":true})", R"({"error":"configureNavigationBar: \"backgroundState\" must be *"})"},
       {R"({"event":"topMost","traverseNavigationController":false})", R"({"event":"topMost","viewController":"AppContextBaseNavigationController","title":null})"},
       {R"({"event":"popScreen"})", R"({"event":"popScreen","navigationStack":["Home"]})"},
