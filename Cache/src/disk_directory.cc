@@ -57,6 +57,8 @@ struct KeptFile {
 
 std::string DiskDirectory::resolvePath(platform::FileManager& fileManager, const DiskConfig& config) {
   std::string parent = config.directory ? config.directory->string() : fileManager.cachesDirectory();
+  // An empty parent is the current folder, as for any relative path; never the root.
+  if (parent.empty()) return "./" + config.name;
   while (parent.size() > 1 && parent.back() == '/') parent.pop_back();
   if (parent != "/") parent.push_back('/');
   return parent + config.name;

@@ -160,6 +160,9 @@ TEST_F(DiskStorageTest, DefaultParentIsTheCachesDirectory) {
   Disk storage(DiskConfig("ImageCache", Expiry::never, 0, std::nullopt, "complete"), files_, TransformerFactory::forData());
   EXPECT_EQ(storage.path(), root + "/caches/aurimo/ImageCache");
   EXPECT_TRUE(fs::is_directory(storage.path()));
+  // Regression: an empty parent once resolved to "/ImageCache", so a clear emptied a folder under the root.
+  EXPECT_EQ(internal::DiskDirectory::resolvePath(files_, DiskConfig("ImageCache", Expiry::never, 0, fs::path(), std::nullopt)),
+            "./ImageCache");
 }
 
 }  // namespace

@@ -46,6 +46,8 @@ TEST(AurimoCommandTest, RunAnswersEachLinkEventLineInOrder) {
       {R"({"event":"link","url":5})", R"({"error":"link: \"url\" must be a string"})"},
       {R"({"event":"payload","payload":[1]})", R"({"error":"payload: \"payload\" must be a JSON object"})"},
       {R"({"event":"resetRoute")", R"({"error":"invalid JSON: parse error at line 1, column 22: *"})"},
+      // Regression: a number beyond the double range once aborted the whole run.
+      {R"({"event":"payload","payload":{"x":1e400}})", R"({"error":"invalid JSON: *"})"},
       {R"({"event":"resetRoute"})", reset},
   };
   aurimo.expectRun(exchanges, {"--data-dir", aurimo.path("data"), "run"});
@@ -107,6 +109,7 @@ TEST(AurimoCommandTest, EachSubcommandPrintsItsAnswerOrOneErrorLineAndExitsByOut
       {{"link", kLink + "home_tab", "extra"}, 2, "", usage},
       {{"notifications"}, 2, "", usage},
       {{"payload", "{"}, 2, "", "aurimo: payload: the argument is not valid JSON\n"},
+      {{"payload", R"({"x":-1e400})"}, 2, "", "aurimo: payload: the argument is not valid JSON\n"},
       {{"payload", "[1]"}, 2, "", "aurimo: payload: the argument must be a JSON object\n"},
       {{"--data-dir", "", "info"}, 2, "", "aurimo: --data-dir: the folder name is empty\n"},
       {{"info", "--data-dir", aurimo.path("a-file")}, 2, "", "aurimo: --data-dir: <ROOT>/a-file is not a folder\n"},

@@ -26,7 +26,11 @@ TEST(CacheCommandTest, EachSubcommandAnswersThroughTheLibrarysOwnFiles) {
   const std::vector<Step> steps = {
       {{"put", "k", "--expiry", "tomorrow"}, "", 2, "", "aurimo: cache put: --expiry must be never, seconds:N or date:UNIX\n"},
       {{"put", "k", "--expiry", "seconds:"}, "", 2, "", "aurimo: cache put: --expiry must be never, seconds:N or date:UNIX\n"},
-      {{"--max-size", "lots", "ls"}, "", 2, "", usage},
+      // Regression: sizes that wrapped into "no limit" or "1 byte" are refused.
+      {{"--max-size", "lots", "ls"}, "", 2, "", "aurimo: cache: --max-size must be a whole number of bytes\n"},
+      {{"--max-size", "-1", "ls"}, "", 2, "", "aurimo: cache: --max-size must be a whole number of bytes\n"},
+      {{"--max-size", "99999999999999999999999", "ls"}, "", 2, "", "aurimo: cache: --max-size must be a whole number of bytes\n"},
+      {{"--max-size", "-18446744073709551615", "ls"}, "", 2, "", "aurimo: cache: --max-size must be a whole number of bytes\n"},
       {{"frobnicate"}, "", 2, "", usage},
       {{"get"}, "", 2, "", usage},
       {{"ls"}, "", 1, "", "aurimo: cache: there is no cache at <ROOT>/parent/Images\n"},
@@ -64,6 +68,10 @@ TEST(CacheCommandTest, EachSubcommandAnswersThroughTheLibrarysOwnFiles) {
   const Outcome badName = aurimo({"cache", "--dir", aurimo.path("parent"), "--name", "..", "ls"});
   EXPECT_EQ(badName.status, 2);
   EXPECT_EQ(badName.err, "aurimo: cache: --name must be a single folder name\n");
+  // Regression: an empty --dir (an unset shell variable) once meant the root for clear and put.
+  const Outcome emptyDir = aurimo({"cache", "--dir", "", "--name", "AurimoTestNeverHere", "put", "k"}, "x");
+  EXPECT_EQ(emptyDir.status, 2);
+  EXPECT_EQ(emptyDir.err, "aurimo: cache: --dir must not be empty\n");
 }
 
 }  // namespace

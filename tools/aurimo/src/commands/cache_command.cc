@@ -40,6 +40,7 @@ constexpr std::size_t kProgressThreshold = 5'000;
 struct CacheOptions {
   std::string parent;
   std::string name;
+  std::string maxSizeText = "0";
   std::uint64_t maxSize = 0;
   std::string key;
   std::string expiry = "never";
@@ -76,6 +77,14 @@ bool isNotFound(const std::exception& error) {
 
 std::string directoryOf(const CacheOptions& options) {
   return (std::filesystem::path(options.parent) / options.name).string();
+}
+
+// Digits only, within 64 bits: "-1" or an overlong number must not wrap into a limit.
+std::optional<std::uint64_t> parseByteCount(std::string_view text) {
+  std::uint64_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (text.empty() || text.front() == '-' || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
 }
 
 // One regular, non-hidden file of the cache directory.
@@ -269,7 +278,15 @@ constexpr CacheSubcommand kSubcommands[] = {
     {"clear", "Remove every file", false, true, clear},
 };
 
-int runSubcommand(const CacheSubcommand& subcommand, const CacheOptions& options) {
+int runSubcommand(const CacheSubcommand& subcommand, CacheOptions options) {
+  // An empty parent (an unset shell variable) must never mean the root; a
+  // relative one is made absolute once, so every check and the storage agree.
+  if (options.parent.empty()) return fail(kExitUsage, "cache: --dir must not be empty");
+  std::error_code ignored;
+  options.parent = std::filesystem::absolute(options.parent, ignored).string();
+  std::optional<std::uint64_t> maxSize = parseByteCount(options.maxSizeText);
+  if (!maxSize) return fail(kExitUsage, "cache: --max-size must be a whole number of bytes");
+  options.maxSize = *maxSize;
   const std::string& name = options.name;
   if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
     return fail(kExitUsage, "cache: --name must be a single folder name");
@@ -296,7 +313,7 @@ void addCacheCommand(CommandLine& commandLine) {
       ->option_text("PARENT")
       ->required();
   cacheCommand->add_option("--name", options->name, "The cache directory's name")->option_text("NAME")->required();
-  cacheCommand->add_option("--max-size", options->maxSize, "Size limit in bytes that sweep enforces (0: none)")
+  cacheCommand->add_option("--max-size", options->maxSizeText, "Size limit in bytes that sweep enforces (0: none)")
       ->option_text("BYTES");
   cacheCommand->require_subcommand(1);
 

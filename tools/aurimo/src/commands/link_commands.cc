@@ -52,7 +52,7 @@ void addPayloadCommand(CommandLine& commandLine) {
         nlohmann::json payload;
         try {
           payload = nlohmann::json::parse(*text);
-        } catch (const nlohmann::json::parse_error&) {
+        } catch (const nlohmann::json::exception&) {
           return fail(kExitUsage, "payload: the argument is not valid JSON");
         }
         if (!payload.is_object()) return fail(kExitUsage, "payload: the argument must be a JSON object");

@@ -65,7 +65,8 @@ std::optional<nlohmann::ordered_json> EventHost::handleLine(std::string_view lin
   nlohmann::json event;
   try {
     event = nlohmann::json::parse(line);
-  } catch (const nlohmann::json::parse_error& failure) {
+  } catch (const nlohmann::json::exception& failure) {
+    // Syntax errors and numbers no double holds (1e400) alike.
     return error("invalid JSON: " + withoutExceptionId(failure.what()));
   }
   return handle(event);
