@@ -82,8 +82,10 @@ const struct Store {
   Opened (*open)(FileManager& files, const fs::path& folder);
   std::vector<std::string> unusable;  // contents it must move aside
 } kStores[] = {
+    // Nested 100,000 deep: a regression, it once overflowed the stack on every start.
     {"user defaults", "user-defaults.json", false, openUserDefaults,
-     {"{\"a\": ", "[1, 2]", R"({"d": {"$base64": "%%%"}})", R"({"d": {"$base64": 7}})"}},
+     {"{\"a\": ", "[1, 2]", R"({"d": {"$base64": "%%%"}})", R"({"d": {"$base64": 7}})",
+      "{\"a\":" + std::string(100'000, '[') + std::string(100'000, ']') + "}"}},
     {"notification centre", "user_notifications.json", true, openNotificationCenter,
      {"{\"authorizationStatus\": 2, \"pendingRequests\": [{", "[1, 2]"}},
     {"photo library", "photo_library.json", true, openPhotoLibrary, {"{\"authorizationStatus\": ", "[1, 2]"}},

@@ -1,5 +1,7 @@
 #include "platform/user_defaults.h"
 
+#include "platform/bounded_json.h"
+
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -183,8 +185,10 @@ Replaceable<UserDefaults>& UserDefaults::slot() {
 
 void UserDefaults::load() {
   loadStateFile(*files_, *file_, "user defaults", "starting empty", [this](std::string_view text) -> std::string {
-    nlohmann::json parsed = nlohmann::json::parse(text, nullptr, false);
-    if (parsed.is_discarded()) return "not valid JSON";
+    std::string problem;
+    std::optional<nlohmann::json> read = parseBoundedJson(text, &problem);
+    if (!read) return "not valid JSON: " + problem;
+    nlohmann::json parsed = std::move(*read);
     if (!parsed.is_object()) return "not a JSON object";
     try {
       values_ = fromFile(parsed);

@@ -48,6 +48,8 @@ TEST(AurimoCommandTest, RunAnswersEachLinkEventLineInOrder) {
       {R"({"event":"resetRoute")", R"({"error":"invalid JSON: parse error at line 1, column 22: *"})"},
       // Regression: a number beyond the double range once aborted the whole run.
       {R"({"event":"payload","payload":{"x":1e400}})", R"({"error":"invalid JSON: *"})"},
+      {R"({"event":"payload","payload":)" + std::string(100'000, '[') + std::string(100'000, ']') + "}",
+       R"({"error":"invalid JSON: nested deeper than 256 levels"})"},
       {R"({"event":"resetRoute"})", reset},
   };
   aurimo.expectRun(exchanges, {"--data-dir", aurimo.path("data"), "run"});
@@ -110,6 +112,7 @@ TEST(AurimoCommandTest, EachSubcommandPrintsItsAnswerOrOneErrorLineAndExitsByOut
       {{"notifications"}, 2, "", usage},
       {{"payload", "{"}, 2, "", "aurimo: payload: the argument is not valid JSON\n"},
       {{"payload", R"({"x":-1e400})"}, 2, "", "aurimo: payload: the argument is not valid JSON\n"},
+      {{"payload", "{\"x\":" + std::string(50'000, '[') + std::string(50'000, ']') + "}"}, 2, "", "aurimo: payload: the argument is not valid JSON\n"},
       {{"payload", "[1]"}, 2, "", "aurimo: payload: the argument must be a JSON object\n"},
       {{"--data-dir", "", "info"}, 2, "", "aurimo: --data-dir: the folder name is empty\n"},
       {{"info", "--data-dir", aurimo.path("a-file")}, 2, "", "aurimo: --data-dir: <ROOT>/a-file is not a folder\n"},

@@ -7,6 +7,7 @@
 
 #include "commands/commands.h"
 #include "events/events.h"
+#include "platform/bounded_json.h"
 #include "platform/user_activity.h"
 
 namespace aurimo::tool {
@@ -49,14 +50,10 @@ void addPayloadCommand(CommandLine& commandLine) {
   auto text = std::make_shared<std::string>();
   CLI::App* command = commandLine.addCommand(
       "payload", "Handle an opened message's payload, a JSON object such as {\"action\":\"home_tab\"}", [text] {
-        nlohmann::json payload;
-        try {
-          payload = nlohmann::json::parse(*text);
-        } catch (const nlohmann::json::exception&) {
-          return fail(kExitUsage, "payload: the argument is not valid JSON");
-        }
-        if (!payload.is_object()) return fail(kExitUsage, "payload: the argument must be a JSON object");
-        return answerOne({{"event", "payload"}, {"payload", payload}}, "payload") ? kExitSuccess : kExitUsage;
+        std::optional<nlohmann::json> payload = platform::parseBoundedJson(*text);
+        if (!payload) return fail(kExitUsage, "payload: the argument is not valid JSON");
+        if (!payload->is_object()) return fail(kExitUsage, "payload: the argument must be a JSON object");
+        return answerOne({{"event", "payload"}, {"payload", std::move(*payload)}}, "payload") ? kExitSuccess : kExitUsage;
       });
   command->add_option("JSON", *text, "The payload")->required();
 }

@@ -5,6 +5,7 @@
 #include <istream>
 #include <ostream>
 
+#include "platform/bounded_json.h"
 #include "platform/run_loop.h"
 
 namespace aurimo::tool {
@@ -62,14 +63,11 @@ nlohmann::ordered_json EventHost::handle(const nlohmann::json& event) {
 std::optional<nlohmann::ordered_json> EventHost::handleLine(std::string_view line) {
   const std::size_t start = line.find_first_not_of(" \t\r\n");
   if (start == std::string_view::npos || line[start] == '#') return std::nullopt;
-  nlohmann::json event;
-  try {
-    event = nlohmann::json::parse(line);
-  } catch (const nlohmann::json::exception& failure) {
-    // Syntax errors and numbers no double holds (1e400) alike.
-    return error("invalid JSON: " + withoutExceptionId(failure.what()));
-  }
-  return handle(event);
+  // Syntax errors, numbers no double holds (1e400) and hostile nesting alike.
+  std::string problem;
+  std::optional<nlohmann::json> event = platform::parseBoundedJson(line, &problem);
+  if (!event) return error("invalid JSON: " + problem);
+  return handle(*event);
 }
 
 void EventHost::run(std::istream& in, std::ostream& out) {
