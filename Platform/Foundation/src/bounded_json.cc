@@ -3,17 +3,16 @@
 namespace aurimo::platform {
 namespace {
 
-// nlohmann's messages start with "[json.exception.parse_error.101] ".
-std::string withoutExceptionId(std::string message) {
+struct TooDeep {};
+
+}  // namespace
+
+std::string withoutJsonExceptionId(std::string message) {
   if (!message.empty() && message.front() == '[') {
     if (std::size_t end = message.find("] "); end != std::string::npos) message.erase(0, end + 2);
   }
   return message;
 }
-
-struct TooDeep {};
-
-}  // namespace
 
 std::optional<nlohmann::json> parseBoundedJson(std::string_view text, std::string* problem) {
   try {
@@ -26,7 +25,7 @@ std::optional<nlohmann::json> parseBoundedJson(std::string_view text, std::strin
   } catch (const TooDeep&) {
     if (problem) *problem = "nested deeper than " + std::to_string(kMaxJsonDepth) + " levels";
   } catch (const nlohmann::json::exception& error) {
-    if (problem) *problem = withoutExceptionId(error.what());
+    if (problem) *problem = withoutJsonExceptionId(error.what());
   }
   return std::nullopt;
 }

@@ -23,4 +23,7 @@ inline constexpr std::size_t kMaxJsonDepth = 256;
 // number beyond the double range, or nesting deeper than kMaxJsonDepth.
 std::optional<nlohmann::json> parseBoundedJson(std::string_view text, std::string* problem = nullptr);
 
+// `message` without nlohmann's "[json.exception.parse_error.101] " prefix, for people to read.
+std::string withoutJsonExceptionId(std::string message);
+
 }  // namespace aurimo::platform

@@ -16,14 +16,6 @@ std::string eventName(const nlohmann::json& event) {
   return found != event.end() && found->is_string() ? found->get<std::string>() : "event";
 }
 
-// nlohmann's messages start with "[json.exception.parse_error.101] ".
-std::string withoutExceptionId(std::string message) {
-  if (!message.empty() && message.front() == '[') {
-    if (std::size_t end = message.find("] "); end != std::string::npos) message.erase(0, end + 2);
-  }
-  return message;
-}
-
 }  // namespace
 
 void EventHost::on(std::string event, Handler handler) {
@@ -56,7 +48,7 @@ nlohmann::ordered_json EventHost::handle(const nlohmann::json& event) {
   } catch (const std::exception& failure) {
     // Drain anyway so the next event does not see this one's leftovers.
     settle();
-    return error(withoutExceptionId(failure.what()));
+    return error(platform::withoutJsonExceptionId(failure.what()));
   }
 }
 
