@@ -111,7 +111,7 @@ class Scene {
     }
     subviews(*screen.view(), frame);
     if (auto* navigation = dynamic_cast<UINavigationController*>(&screen)) {
-      if (auto top = navigation->topViewController()) navigationBar(top->navigationItem(), frame);
+      if (auto top = navigation->topViewController()) navigationBar(top->navigationItem(), top->title(), frame);
     }
     if (clipped) painter_.restore();
   }
@@ -186,7 +186,8 @@ class Scene {
     return 0;
   }
 
-  void navigationBar(const UINavigationItem& item, const Rect& frame) {
+  // An item without a title shows its screen's, as on the platform.
+  void navigationBar(const UINavigationItem& item, const std::optional<std::string>& screenTitle, const Rect& frame) {
     const bool underStatusBar = frame.y <= screen_.y;
     const double barTop = frame.y + (underStatusBar ? kStatusBarHeight : 0);
     // The content sits at its top, where the scroll-edge look applies when there is one.
@@ -212,10 +213,10 @@ class Scene {
       barItem(*right, frame.maxX() - kMargin - width, midY, false);
       side = std::max(side, width);
     }
-    if (item.title()) {
+    if (const std::optional<std::string>& title = item.title() ? item.title() : screenTitle) {
       const double room = frame.width - 2 * (kMargin + side + 8);
-      const double height = painter_.measure(*item.title(), kBodyBold).height;
-      painter_.text(*item.title(), kBodyBold, kBlack, {frame.midX() - room / 2, midY - height / 2, room, height}, Align::center);
+      const double height = painter_.measure(*title, kBodyBold).height;
+      painter_.text(*title, kBodyBold, kBlack, {frame.midX() - room / 2, midY - height / 2, room, height}, Align::center);
     }
   }
 

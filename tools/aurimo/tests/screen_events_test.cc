@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 #include "testing/command_runner.h"
@@ -72,6 +73,24 @@ TEST(ScreenEventsTest, TheContactPageCarriesTheDeviceAndReleasesAHeldBannerOnlyW
       {R"({"event":"openBrowser","page":"contactUs"})", R"({"error":"openBrowser: the build number or the user identifier cannot go into the contact page's address"})"},
       {R"({"event":"openBrowser","page":"termsOfUse"})", R"({"event":"openBrowser","browser":{"url":"https://support.aurimo.app/terms","modalPresentationStyle":"pageSheet",*"isDefferingBannerActionsEnabled":false,*})"},
   }, {"--data-dir", aurimo.path("data"), "run"});
+}
+
+TEST(ScreenEventsTest, SnapshotsWriteAPictureOfTheScreenOrAnswerAnError) {
+  CommandRunner aurimo(AURIMO_BINARY);
+  const std::string shot = aurimo.path("shot.png");
+  aurimo.expectRun({
+      {R"({"event":"device","screenScale":2})", R"({"event":"device",*})"},
+      {R"({"event":"snapshot","file":")" + shot + R"("})", R"({"event":"snapshot","file":")" + shot + R"(","width":786,"height":1704})"},
+      {R"({"event":"snapshot","file":")" + aurimo.path("missing/shot.png") + R"("})", R"({"error":"snapshot: *No such file or directory"})"},
+      {R"({"event":"snapshot","file":")" + aurimo.path("") + R"("})", R"({"error":"snapshot: \"file\" must name a file"})"},
+  }, {"--data-dir", aurimo.path("data"), "run"});
+  EXPECT_EQ(slurp(shot).substr(1, 3), "PNG");
+  EXPECT_FALSE(std::filesystem::exists(aurimo.path("missing")));
+
+  const Outcome demo = aurimo({"demo", "--snapshots", aurimo.path("shots")});
+  EXPECT_EQ(demo.status, 0) << demo.err;
+  for (const char* name : {"01-alert.png", "02-navigation-bar.png"}) EXPECT_EQ(slurp(aurimo.path("shots") + "/" + name).substr(1, 3), "PNG");
+  EXPECT_EQ(aurimo({"demo", "--snapshots", shot}).status, 1);  // a file, not a folder
 }
 
 }  // namespace

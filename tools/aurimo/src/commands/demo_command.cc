@@ -16,6 +16,7 @@
 #include "commands/commands.h"
 #include "events/events.h"
 #include "platform/directories.h"
+#include "platform/file_manager.h"
 #include "support/demo_session.h"
 
 namespace aurimo::tool {
@@ -44,8 +45,30 @@ class ScratchFolder {
 // A line "#! restart" ends the app's run: the next events go to a new host,
 // as a second start of the app in the same data folder would see them.
 constexpr std::string_view kRestart = "#! restart";
+// A line "#! snapshot NAME" marks a section's screen: with --snapshots DIR it
+// becomes DIR/NN-NAME.png, numbered in session order; otherwise it is skipped.
+constexpr std::string_view kSnapshot = "#! snapshot ";
 
-void play(std::string_view session, std::ostream& out) {
+struct Snapshots {
+  std::filesystem::path folder;
+  int taken = 0;
+  bool failed = false;
+};
+
+void snapshot(EventHost& host, std::string_view name, Snapshots& snapshots, std::ostream& out) {
+  ++snapshots.taken;
+  const std::string number = (snapshots.taken < 10 ? "0" : "") + std::to_string(snapshots.taken) + "-";
+  const std::string file = (snapshots.folder / (number + std::string(name) + ".png")).string();
+  const nlohmann::ordered_json answer = host.handle({{"event", "snapshot"}, {"file", file}});
+  if (answer.contains("error")) {
+    snapshots.failed = true;
+    fail(kExitFailure, "demo: " + answer["error"].get<std::string>());
+    return;
+  }
+  out << "  snapshot: " << file << " (" << answer["width"] << "x" << answer["height"] << ")\n";
+}
+
+void play(std::string_view session, std::ostream& out, Snapshots* snapshots) {
   auto host = std::make_unique<EventHost>();
   registerAllEvents(*host);
   while (!session.empty()) {
@@ -56,6 +79,8 @@ void play(std::string_view session, std::ostream& out) {
 
     if (line.find_first_not_of(" \t") == std::string_view::npos) {
       out << '\n';
+    } else if (line.starts_with(kSnapshot)) {
+      if (snapshots) snapshot(*host, line.substr(kSnapshot.size()), *snapshots, out);
     } else if (line == kRestart) {
       host.reset();  // the old app goes before the new one starts
       host = std::make_unique<EventHost>();
@@ -74,7 +99,19 @@ void play(std::string_view session, std::ostream& out) {
 }  // namespace
 
 void addDemoCommand(CommandLine& commandLine) {
-  commandLine.addCommand("demo", "Run a built-in session that shows what the library does", [&commandLine] {
+  auto snapshotFolder = std::make_shared<std::optional<std::string>>();
+  CLI::App* demo = commandLine.addCommand("demo", "Run a built-in session that shows what the library does",
+                                          [&commandLine, snapshotFolder] {
+    std::optional<Snapshots> snapshots;
+    if (*snapshotFolder) {
+      if ((*snapshotFolder)->empty()) return fail(kExitUsage, "--snapshots: the folder name is empty");
+      snapshots.emplace(Snapshots{**snapshotFolder});
+      try {
+        platform::FileManager::defaultManager().createDirectory(**snapshotFolder, true);
+      } catch (const std::filesystem::filesystem_error& error) {
+        return fail(kExitFailure, "demo: --snapshots: " + platform::fileErrorMessage(error));
+      }
+    }
     std::optional<ScratchFolder> scratch;
     if (!commandLine.dataDirectory()) {
       scratch.emplace();
@@ -89,10 +126,12 @@ void addDemoCommand(CommandLine& commandLine) {
           platform::Directories::Locations{root, platform::Directories::current().stateDirectory(),
                                            root / "caches", root / "pictures"}));
     }
-    play(demoSession(), std::cout);
+    play(demoSession(), std::cout, snapshots ? &*snapshots : nullptr);
     std::cout << std::flush;
-    return kExitSuccess;
+    return snapshots && snapshots->failed ? kExitFailure : kExitSuccess;
   });
+  demo->add_option("--snapshots", *snapshotFolder, "Write a PNG of each section's screen into DIR (created when missing)")
+      ->option_text("DIR");
 }
 
 }  // namespace aurimo::tool

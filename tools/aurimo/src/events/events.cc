@@ -10,6 +10,7 @@ void registerAllEvents(EventHost& host) {
   host.add(notificationEvents(app));
   host.add(screenEvents(app));
   host.add(browserEvents(app));
+  host.add(snapshotEvents(app));
 }
 
 }  // namespace aurimo::tool

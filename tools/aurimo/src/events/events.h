@@ -38,6 +38,9 @@ std::unique_ptr<EventModule> screenEvents(std::shared_ptr<AppSession> app);
 // in-app browser (browser_events.cc).
 std::unique_ptr<EventModule> browserEvents(std::shared_ptr<AppSession> app);
 
+// "snapshot": a PNG picture of the screen (snapshot_events.cc).
+std::unique_ptr<EventModule> snapshotEvents(std::shared_ptr<AppSession> app);
+
 // Adds every subsystem's module to `host`, all sharing one app.
 void registerAllEvents(EventHost& host);
 
