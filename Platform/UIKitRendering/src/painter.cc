@@ -95,19 +95,19 @@ void Painter::fillRounded(const Rect& rect, double radius, const UIColor& color)
   cairo_fill(cr_);
 }
 
-void Painter::fillCircle(double centerX, double centerY, double radius, const UIColor& color) {
+void Painter::fillCircle(Point center, double radius, const UIColor& color) {
   setColor(color);
   cairo_new_sub_path(cr_);
-  cairo_arc(cr_, centerX, centerY, radius, 0, 2 * std::numbers::pi);
+  cairo_arc(cr_, center.x, center.y, radius, 0, 2 * std::numbers::pi);
   cairo_fill(cr_);
 }
 
-void Painter::line(double x0, double y0, double x1, double y1, double width, const UIColor& color) {
+void Painter::line(Point from, Point to, double width, const UIColor& color) {
   setColor(color);
   cairo_set_line_width(cr_, width);
   cairo_set_line_cap(cr_, CAIRO_LINE_CAP_ROUND);
-  cairo_move_to(cr_, x0, y0);
-  cairo_line_to(cr_, x1, y1);
+  cairo_move_to(cr_, from.x, from.y);
+  cairo_line_to(cr_, to.x, to.y);
   cairo_stroke(cr_);
 }
 
@@ -181,13 +181,13 @@ void Painter::imagePlaceholder(const UIImage& image, const Rect& box, const UICo
        Align::center);
 }
 
-void Painter::spinner(double centerX, double centerY, double radius, const UIColor& color) {
+void Painter::spinner(Point center, double radius, const UIColor& color) {
   constexpr int kSpokes = 12;
   for (int spoke = 0; spoke < kSpokes; ++spoke) {
     const double angle = 2 * std::numbers::pi * spoke / kSpokes - std::numbers::pi / 2;
     const double fade = 0.25 + 0.75 * (spoke + 1) / kSpokes;
-    line(centerX + std::cos(angle) * radius * 0.5, centerY + std::sin(angle) * radius * 0.5,
-         centerX + std::cos(angle) * radius, centerY + std::sin(angle) * radius, radius * 0.22,
+    line({center.x + std::cos(angle) * radius * 0.5, center.y + std::sin(angle) * radius * 0.5},
+         {center.x + std::cos(angle) * radius, center.y + std::sin(angle) * radius}, radius * 0.22,
          color.withAlphaComponent(unit(color.alpha) * fade));
   }
 }

@@ -27,6 +27,10 @@ struct Rect {
   double midY() const { return y + height / 2; }
 };
 
+struct Point {
+  double x = 0, y = 0;
+};
+
 struct Size {
   double width = 0, height = 0;
 };
@@ -44,8 +48,8 @@ class Painter {
 
   void fill(const Rect& rect, const UIColor& color);
   void fillRounded(const Rect& rect, double radius, const UIColor& color);
-  void fillCircle(double centerX, double centerY, double radius, const UIColor& color);
-  void line(double x0, double y0, double x1, double y1, double width, const UIColor& color);
+  void fillCircle(Point center, double radius, const UIColor& color);
+  void line(Point from, Point to, double width, const UIColor& color);
   // Clips everything until restore() to a rounded rectangle.
   void clipRounded(const Rect& rect, double radius);
   void restore();
@@ -60,7 +64,7 @@ class Painter {
   // An asset image Linux cannot load: a tinted rounded square bearing the name's initial.
   void imagePlaceholder(const UIImage& image, const Rect& box, const UIColor& tint);
   // The platform's spinner: twelve spokes fading round the circle.
-  void spinner(double centerX, double centerY, double radius, const UIColor& color);
+  void spinner(Point center, double radius, const UIColor& color);
 
   // The picture so far as an opaque RGB bitmap.
   CGImage image() const;

@@ -22,8 +22,10 @@ namespace {
 
 using rendering::Align;
 using rendering::Painter;
+using rendering::Point;
 using rendering::Rect;
-using namespace rendering;  // the named colours
+using rendering::kBlack, rendering::kGroupedBackground, rendering::kSecondaryLabel, rendering::kSeparator,
+    rendering::kSystemBlue, rendering::kSystemRed, rendering::kWhite;
 
 // The geometry of a recent phone, in points.
 constexpr double kStatusBarHeight = 54;
@@ -75,9 +77,9 @@ class Scene {
       const double height = 4 + 2.5 * bar;
       painter_.fillRounded({right - 74 + bar * 4.5, s.y + 35 - height, 3, height}, 1, kBlack);
     }
-    painter_.fillCircle(right - 44, s.y + 33, 2, kBlack);  // Wi-Fi, as a dot under two arcs
-    painter_.line(right - 49, s.y + 29, right - 39, s.y + 29, 2, kBlack);
-    painter_.line(right - 52, s.y + 25.5, right - 36, s.y + 25.5, 2, kBlack);
+    painter_.fillCircle({right - 44, s.y + 33}, 2, kBlack);  // Wi-Fi, as a dot under two arcs
+    painter_.line({right - 49, s.y + 29}, {right - 39, s.y + 29}, 2, kBlack);
+    painter_.line({right - 52, s.y + 25.5}, {right - 36, s.y + 25.5}, 2, kBlack);
     painter_.fillRounded({right - 27, s.y + 24, 25, 12}, 3.5, kBlack.withAlphaComponent(0.35));
     painter_.fillRounded({right - 25, s.y + 26, 21, 8}, 2, kBlack);
     painter_.fillRounded({right - 1.5, s.y + 28, 1.5, 4}, 0.75, kBlack.withAlphaComponent(0.35));
@@ -319,7 +321,7 @@ class Scene {
     const double textHeight = text.empty() ? 0 : painter_.measure(text, kCaption, textWidth).height + 12;
     const Rect panel{rect.midX() - (textWidth + 32) / 2, rect.midY() - (88 + textHeight) / 2, textWidth + 32, 88 + textHeight};
     painter_.fillRounded(panel, 16, {0.12, 0.12, 0.12, 0.85});
-    painter_.spinner(panel.midX(), panel.y + 44, 18, kWhite);
+    painter_.spinner({panel.midX(), panel.y + 44}, 18, kWhite);
     if (!text.empty()) painter_.text(text, kCaption, kWhite, {panel.x + 16, panel.y + 80, textWidth, 0}, Align::center, true);
     if (close) {
       const double top = rect.y + (rect.y > screen_.y ? 0 : kStatusBarHeight) + 8;
@@ -327,9 +329,9 @@ class Scene {
       if (close->title() || close->configuration()) {
         buttonContent(*close, rect.maxX() - kMargin - buttonContent(*close, 0, y, kWhite, true), y, kWhite);
       } else {
-        painter_.fillCircle(x, y, 15, kWhite.withAlphaComponent(0.25));
-        painter_.line(x - 5, y - 5, x + 5, y + 5, 2, kWhite);
-        painter_.line(x - 5, y + 5, x + 5, y - 5, 2, kWhite);
+        painter_.fillCircle({x, y}, 15, kWhite.withAlphaComponent(0.25));
+        painter_.line({x - 5, y - 5}, {x + 5, y + 5}, 2, kWhite);
+        painter_.line({x - 5, y + 5}, {x + 5, y - 5}, 2, kWhite);
       }
     }
   }
