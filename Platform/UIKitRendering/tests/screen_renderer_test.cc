@@ -62,13 +62,17 @@ TEST(ScreenRendererTest, FixedScreensMatchTheirReferences) {
          close->setTintColor(kOrange);
          root.navigationItem().setRightBarButtonItem(close);
        }},
-      {"alert", [](UIViewController& root, UIWindow&) {
+      {"alert", [](UIViewController& root, UIWindow&) {  // on a window of its own, as the app shows alerts
          root.navigationItem().setTitle("Home");
+         auto overlay = make_shared<UIWindow>();
+         overlay->setWindowLevel(UIWindow::kLevelAlert);
+         overlay->setRootViewController(make_shared<UIViewController>());
+         overlay->makeKeyAndVisible();
          auto alert = make_shared<UIAlertController>("Oops! Something Went Wrong", "Please scan the coin again.", UIAlertController::Style::alert);
          for (auto [title, style] : {std::pair{"Cancel", UIAlertAction::Style::cancel}, {"Error Info", UIAlertAction::Style::defaultStyle}, {"Delete", UIAlertAction::Style::destructive}}) {
            alert->addAction(make_shared<UIAlertAction>(title, style, nullptr));
          }
-         root.present(alert, false);
+         overlay->rootViewController()->present(alert, false);
        }},
       {"activity-indicator", [](UIViewController& root, UIWindow& window) {
          root.navigationItem().setTitle("Home");
@@ -84,9 +88,11 @@ TEST(ScreenRendererTest, FixedScreensMatchTheirReferences) {
     auto window = make_shared<UIWindow>();
     auto root = barScreen(UINavigationBarAppearance::Background::defaultBackground);
     window->setRootViewController(make_shared<UINavigationController>(root));
+    window->makeKeyAndVisible();
     shown.build(*root, *window);
-    EXPECT_TRUE(test::matchesReference(ScreenRenderer(2).render(*window), shown.name,
+    EXPECT_TRUE(test::matchesReference(ScreenRenderer(2).render(*env.application), shown.name,
                                        {AURIMO_SNAPSHOT_REFERENCES, AURIMO_SNAPSHOT_OUTPUT}));
+    for (const auto& visible : env.application->windows()) visible->setHidden(true);
   }
 }
 
