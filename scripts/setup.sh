@@ -8,6 +8,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   nlohmann-json3-dev liburiparser-dev libcli11-dev
   libpng-dev libturbojpeg0-dev libhowardhinnant-date-dev tzdata
+  clang-16 libclang-rt-16-dev
   gettext libssl-dev python3 python3-diskcache
 )
 
