@@ -9,6 +9,7 @@ packages=(
   nlohmann-json3-dev liburiparser-dev libcli11-dev
   libpng-dev libturbojpeg0-dev libhowardhinnant-date-dev tzdata
   libcairo2-dev libpango1.0-dev fonts-dejavu-core
+  clang-16 libclang-rt-16-dev
   gettext libssl-dev python3 python3-diskcache
 )
 
