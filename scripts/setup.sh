@@ -9,6 +9,7 @@ packages=(
   nlohmann-json3-dev liburiparser-dev libcli11-dev
   libpng-dev libturbojpeg0-dev libhowardhinnant-date-dev tzdata
   gettext libssl-dev python3 python3-diskcache
+  libsdbus-c++-dev dbus-daemon python3-dbusmock
 )
 
 missing=()
