@@ -26,12 +26,9 @@ struct DBusNotificationPresenter::Bus {
 
   void clicked(std::uint32_t id, const std::string& action) {
     if (action != "default") return;
-    std::function<void(std::uint32_t)> handler;
-    {
-      std::lock_guard lock(mutex);
-      handler = onClick;
-    }
-    if (handler) handler(id);
+    // Called under the lock, so a handler replaced or removed is never running after.
+    std::lock_guard lock(mutex);
+    if (onClick) onClick(id);
   }
 };
 

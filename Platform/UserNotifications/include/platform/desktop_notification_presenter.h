@@ -32,7 +32,8 @@ class DesktopNotificationPresenter {
                        std::uint32_t replacesId) = 0;
   // `handler` hears the id of each notification the person clicked (its
   // default action); the desktop may report other programs' ids too, so the
-  // caller acts only on the ids notify() gave it.
+  // caller acts only on the ids notify() gave it. Once this returns, the
+  // handler it replaced is not running and will not run again.
   virtual void setClickHandler(std::function<void(std::uint32_t id)> handler) = 0;
 };
 

@@ -2,7 +2,7 @@
 
 namespace aurimo::tool {
 
-void registerAllEvents(EventHost& host) {
+std::shared_ptr<AppSession> registerAllEvents(EventHost& host) {
   auto app = std::make_shared<AppSession>(host.person());
   host.add(appEvents(app));
   host.add(linkEvents(app));
@@ -10,6 +10,7 @@ void registerAllEvents(EventHost& host) {
   host.add(notificationEvents(app));
   host.add(screenEvents(app));
   host.add(browserEvents(app));
+  return app;
 }
 
 }  // namespace aurimo::tool

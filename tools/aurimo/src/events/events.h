@@ -38,7 +38,7 @@ std::unique_ptr<EventModule> screenEvents(std::shared_ptr<AppSession> app);
 // in-app browser (browser_events.cc).
 std::unique_ptr<EventModule> browserEvents(std::shared_ptr<AppSession> app);
 
-// Adds every subsystem's module to `host`, all sharing one app.
-void registerAllEvents(EventHost& host);
+// Adds every subsystem's module to `host`, all sharing one app, which it returns.
+std::shared_ptr<AppSession> registerAllEvents(EventHost& host);
 
 }  // namespace aurimo::tool
