@@ -92,7 +92,7 @@ class DesktopNotifications : public ::testing::Test {
         << "<busconfig><type>session</type><listen>unix:tmpdir=" << aurimo.root().string() << "</listen><servicedir>"
         << aurimo.path("services") << "</servicedir><auth>EXTERNAL</auth><policy context=\"default\">"
         << "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>";
-    bus_ = std::make_unique<Child>("dbus-daemon --nofork --print-address --config-file=" + aurimo.path("bus.conf"));
+    bus_ = std::make_unique<Child>("dbus-daemon --nofork --print-address --config-file=" + aurimo.path("bus.conf") + " 2>" + aurimo.path("bus.err"));
     address_ = bus_->line();
     ASSERT_FALSE(address_.empty());
   }
@@ -140,12 +140,14 @@ TEST_F(DesktopNotifications, DueRequestsAreShownOnceAndRepeatingOnesStayPending)
 }
 
 TEST_F(DesktopNotifications, FollowingShowsNewRequestsAndAClickIsATapUntilTerminated) {
+  saveState({request("first", "Tip", false, 0)});
   Child follow(deliver(" --follow"));
-  saveState({request("soon", "TrialExpirationReminder", false, 0)});
-  EXPECT_EQ(follow.line(), R"({"event":"delivered","identifier":"soon","category":"TrialExpirationReminder","title":"soon title","id":1)" + kDelivered);
+  EXPECT_TRUE(aurimo.matches(R"({"event":"delivered","identifier":"first",*)", follow.line()));
+  saveState({request("soon", "TrialExpirationReminder", false, 0)});  // now it waits: this wakes it
+  EXPECT_EQ(follow.line(), R"({"event":"delivered","identifier":"soon","category":"TrialExpirationReminder","title":"soon title","id":2)" + kDelivered);
   click(7);  // not one of ours
-  click(1);
-  EXPECT_TRUE(aurimo.matches(R"({"event":"tapped","identifier":"soon","category":"TrialExpirationReminder","id":1,"broadcasts":[{"name":"QzUserNotificationManager.userNotificationOpensAppNotification","userInfo":{"actionType":"trialExpiration"}}],"pending":*)", follow.line()));
+  click(2);
+  EXPECT_TRUE(aurimo.matches(R"({"event":"tapped","identifier":"soon","category":"TrialExpirationReminder","id":2,"broadcasts":[{"name":"QzUserNotificationManager.userNotificationOpensAppNotification","userInfo":{"actionType":"trialExpiration"}}],"pending":*)", follow.line()));
   EXPECT_EQ(follow.stop(SIGTERM), 0);
   EXPECT_EQ(slurp(aurimo.path("err")), "");
 }
