@@ -11,6 +11,7 @@ packages=(
   libcairo2-dev libpango1.0-dev fonts-dejavu-core
   clang-16 libclang-rt-16-dev
   gettext libssl-dev python3 python3-diskcache
+  libsdbus-c++-dev dbus-daemon python3-dbusmock
 )
 
 missing=()

@@ -1,5 +1,6 @@
 #include "request_coding.h"
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 
@@ -91,13 +92,28 @@ UNNotificationContent decodeContent(const json& in) {
 
 }  // namespace
 
+std::optional<Date> nextRepeat(const UNNotificationTrigger* trigger, Date after) {
+  if (auto* calendar = dynamic_cast<const UNCalendarNotificationTrigger*>(trigger)) {
+    return Calendar::current().nextDate(after, calendar->dateComponents(), Calendar::MatchingPolicy::nextTime);
+  }
+  if (auto* interval = dynamic_cast<const UNTimeIntervalNotificationTrigger*>(trigger)) {
+    // The platform's floor for repeating intervals keeps a hand-edited file
+    // from making a delivery loop spin; beyond a few decades it never comes.
+    if (!(interval->timeInterval() > 0) || interval->timeInterval() > 1e9) return std::nullopt;
+    return after + seconds(std::max(interval->timeInterval(), 60.0));
+  }
+  return std::nullopt;
+}
+
 json encodeState(UNAuthorizationStatus status, const std::vector<PendingRequest>& pending) {
   json requests = json::array();
   for (const PendingRequest& p : pending) {
-    requests.push_back({{"identifier", p.request.identifier()},
-                        {"content", encodeContent(p.request.content())},
-                        {"trigger", encodeTrigger(p.request.trigger().get())},
-                        {"fireDate", p.fireDate ? json(p.fireDate->time_since_epoch().count()) : json(nullptr)}});
+    json item = {{"identifier", p.request.identifier()},
+                 {"content", encodeContent(p.request.content())},
+                 {"trigger", encodeTrigger(p.request.trigger().get())},
+                 {"fireDate", p.fireDate ? json(p.fireDate->time_since_epoch().count()) : json(nullptr)}};
+    if (p.nextDate) item["nextDate"] = p.nextDate->time_since_epoch().count();
+    requests.push_back(std::move(item));
   }
   return {{"authorizationStatus", static_cast<int>(status)}, {"pendingRequests", std::move(requests)}};
 }
@@ -110,11 +126,16 @@ bool decodeState(std::string_view text, UNAuthorizationStatus& status, std::vect
     status = static_cast<UNAuthorizationStatus>(raw);
     pending.clear();
     for (const json& item : in.at("pendingRequests")) {
-      std::optional<Date> fireDate;
+      std::optional<Date> fireDate, nextDate;
       if (!item.at("fireDate").is_null()) fireDate = Date(Date::duration(item.at("fireDate").get<Date::rep>()));
-      pending.push_back({UNNotificationRequest(item.at("identifier").get<std::string>(),
-                                               decodeContent(item.at("content")), decodeTrigger(item.at("trigger"))),
-                         fireDate});
+      UNNotificationRequest request(item.at("identifier").get<std::string>(), decodeContent(item.at("content")),
+                                    decodeTrigger(item.at("trigger")));
+      if (request.trigger() && request.trigger()->repeats()) {
+        // Older files kept no date: such a request waits for its next match from now on.
+        nextDate = item.contains("nextDate") ? std::optional(Date(Date::duration(item.at("nextDate").get<Date::rep>())))
+                                             : nextRepeat(request.trigger().get(), Clock::current().now());
+      }
+      pending.push_back({std::move(request), fireDate, nextDate});
     }
     return true;
   } catch (const std::exception&) {

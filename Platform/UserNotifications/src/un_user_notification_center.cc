@@ -74,6 +74,13 @@ struct UNUserNotificationCenter::State {
     return std::nullopt;
   }
 
+  // Requires mutex. What the file says now, as another process may have changed it.
+  void reload() {
+    status = UNAuthorizationStatus::notDetermined;
+    pending.clear();
+    load();
+  }
+
   void load() {
     loadStateFile(files, file, "notification state", "no pending requests, permission undetermined",
                   [this](std::string_view text) -> std::string {
@@ -165,7 +172,7 @@ void UNUserNotificationCenter::add(const UNNotificationRequest& request,
                                    std::function<void(std::optional<UNError>)> completionHandler) {
   std::optional<UNError> error;
   const UNNotificationTrigger* trigger = request.trigger().get();
-  std::optional<Date> fireDate;
+  std::optional<Date> fireDate, nextDate;
   const Date now = Clock::current().now();
   if (request.identifier().empty()) {
     error = UNError{UNError::Code::invalidRequest, "a request needs an identifier"};
@@ -176,10 +183,13 @@ void UNUserNotificationCenter::add(const UNNotificationRequest& request,
       error = UNError{UNError::Code::invalidRequest, "the time interval must be greater than 0"};
     } else if (!interval->repeats()) {
       fireDate = now + seconds(interval->timeInterval());
+    } else {
+      nextDate = internal::nextRepeat(interval, now);
     }
   } else if (auto* calendar = dynamic_cast<const UNCalendarNotificationTrigger*>(trigger)) {
     // One that can never fire again counts as delivered.
     if (!calendar->repeats()) fireDate = calendar->nextTriggerDate().value_or(now);
+    else nextDate = internal::nextRepeat(calendar, now);
   } else {
     fireDate = now;  // no trigger: delivered at once
   }
@@ -189,7 +199,7 @@ void UNUserNotificationCenter::add(const UNNotificationRequest& request,
     std::erase_if(state_->pending, [&](const internal::PendingRequest& p) {
       return p.request.identifier() == request.identifier();
     });
-    state_->pending.push_back({request, fireDate});
+    state_->pending.push_back({request, fireDate, nextDate});
     error = state_->save();
   }
   if (completionHandler) completeLater([completionHandler = std::move(completionHandler), error] { completionHandler(error); });
@@ -231,6 +241,41 @@ std::optional<UNError> UNUserNotificationCenter::setAuthorizationStatus(UNAuthor
   state_->status = status;
   state_->dropDelivered();
   return state_->save();
+}
+
+std::optional<UNError> UNUserNotificationCenter::takeDueNotifications(std::vector<UNNotification>& due) {
+  std::lock_guard lock(state_->mutex);
+  state_->reload();
+  const Date now = Clock::current().now();
+  const bool shows = allowsDelivery(state_->status);
+  bool changed = false;
+  for (auto p = state_->pending.begin(); p != state_->pending.end();) {
+    if (p->fireDate && *p->fireDate <= now) {
+      if (shows) due.push_back({*p->fireDate, p->request});
+      p = state_->pending.erase(p);
+      changed = true;
+      continue;
+    }
+    if (p->nextDate && *p->nextDate <= now) {
+      if (shows) due.push_back({*p->nextDate, p->request});
+      // Missed repeats collapse into this one, as a device that was off shows one.
+      p->nextDate = internal::nextRepeat(p->request.trigger().get(), now);
+      changed = true;
+    }
+    ++p;
+  }
+  return changed ? state_->save() : std::nullopt;
+}
+
+std::optional<Date> UNUserNotificationCenter::nextDueDate() const {
+  std::lock_guard lock(state_->mutex);
+  std::optional<Date> next;
+  for (const internal::PendingRequest& p : state_->pending) {
+    for (const std::optional<Date>& date : {p.fireDate, p.nextDate}) {
+      if (date && (!next || *date < *next)) next = date;
+    }
+  }
+  return next;
 }
 
 void UNUserNotificationCenter::presentNotification(

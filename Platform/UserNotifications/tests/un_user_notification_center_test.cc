@@ -116,6 +116,29 @@ TEST_F(UserNotificationCenter, AddReplacesByIdentifierRefusesTheUndeliverableAnd
   EXPECT_EQ(pending(*center).size(), 2u);
 }
 
+TEST_F(UserNotificationCenter, DueRequestsAreTakenOnceAndRepeatingOnesWaitForTheirNextDate) {
+  auto center = makeCenter();
+  ASSERT_FALSE(center->setAuthorizationStatus(Status::authorized));
+  center->add(reminder("once", "a", {.year = 2023, .month = 11, .day = 15, .hour = 9, .minute = 0, .second = 0}), nullptr);
+  center->add(reminder("daily", "b", {.hour = 10, .minute = 0}, /*repeats=*/true), nullptr);
+  EXPECT_EQ(center->nextDueDate(), dateFromUnixSeconds(1'700'035'200));  // 09:00 in Berlin
+  clock_->set(dateFromUnixSeconds(1'700'040'600));                         // 10:30
+  std::vector<UNNotification> due;
+  ASSERT_FALSE(center->takeDueNotifications(due));
+  ASSERT_EQ(due.size(), 2u);
+  EXPECT_EQ(due[0].request.identifier(), "once");
+  EXPECT_EQ(due[0].date, dateFromUnixSeconds(1'700'035'200));
+  EXPECT_EQ(due[1].date, dateFromUnixSeconds(1'700'038'800));
+  EXPECT_THAT(identifiers(pending(*center)), testing::ElementsAre("daily"));
+  EXPECT_EQ(center->nextDueDate(), dateFromUnixSeconds(1'700'125'200));  // 10:00 the next day
+  // Nothing twice, and nothing while the user refuses.
+  ASSERT_FALSE(center->setAuthorizationStatus(Status::denied));
+  center->add(UNNotificationRequest("now", UNMutableNotificationContent{}, nullptr), nullptr);
+  due.clear();
+  ASSERT_FALSE(makeCenter()->takeDueNotifications(due));
+  EXPECT_TRUE(due.empty());
+}
+
 TEST_F(UserNotificationCenter, DeliveredOneShotRequestsAreNoLongerPending) {
   auto center = makeCenter();
   center->add(reminder("once", "c", {.hour = 10}), nullptr);

@@ -104,6 +104,16 @@ class UNUserNotificationCenter {
   // a delegate it is not shown (no options).
   void presentNotification(const UNNotification& notification,
                            std::function<void(UNNotificationPresentationOptions)> completionHandler);
+  // Re-reads the saved state (another process may have changed it) and takes
+  // out the requests whose time has come, appending them to `due` dated when
+  // they came due: one-shot requests leave the pending list, repeating ones
+  // stay for their next date. Nothing is appended while the user does not
+  // allow delivery, but the due requests are taken all the same, as the
+  // system drops what it may not show. The error is a failed save.
+  [[nodiscard]] std::optional<UNError> takeDueNotifications(std::vector<UNNotification>& due);
+  // When the soonest pending request comes due, as of the last change or
+  // takeDueNotifications(); nullopt when none ever will.
+  std::optional<Date> nextDueDate() const;
   // Hands the user's response to the delegate; without one, just completes.
   void openNotification(const UNNotificationResponse& response, std::function<void()> completionHandler);
 

@@ -2,7 +2,7 @@
 
 namespace aurimo::tool {
 
-void registerAllEvents(EventHost& host) {
+std::shared_ptr<AppSession> registerAllEvents(EventHost& host) {
   auto app = std::make_shared<AppSession>(host.person());
   host.add(appEvents(app));
   host.add(linkEvents(app));
@@ -11,6 +11,7 @@ void registerAllEvents(EventHost& host) {
   host.add(screenEvents(app));
   host.add(browserEvents(app));
   host.add(snapshotEvents(app));
+  return app;
 }
 
 }  // namespace aurimo::tool

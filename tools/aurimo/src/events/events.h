@@ -41,7 +41,7 @@ std::unique_ptr<EventModule> browserEvents(std::shared_ptr<AppSession> app);
 // "snapshot": a PNG picture of the screen (snapshot_events.cc).
 std::unique_ptr<EventModule> snapshotEvents(std::shared_ptr<AppSession> app);
 
-// Adds every subsystem's module to `host`, all sharing one app.
-void registerAllEvents(EventHost& host);
+// Adds every subsystem's module to `host`, all sharing one app, which it returns.
+std::shared_ptr<AppSession> registerAllEvents(EventHost& host);
 
 }  // namespace aurimo::tool

@@ -2,7 +2,7 @@
 //   {"event":"foreground"}
 //   {"event":"notificationSystem","status":"notDetermined"|"denied"|"authorized"|"provisional"|"ephemeral","answer":true|false}
 //   {"event":"requestNotificationPermission"}
-//   {"event":"notificationTap","category":"…"}
+//   {"event":"notificationTap","category":"…","identifier":"…" (optional, "tap")}
 //   {"event":"trialReminder","start":ISO8601,"end":ISO8601}
 // each answered with the manager's broadcasts delivered while the event
 // settled, in order, and the pending requests afterwards; "foreground" also
@@ -119,8 +119,10 @@ void NotificationEvents::registerEvents(EventHost& host) {
   on("notificationTap", [](AppContext&, const nlohmann::json& event) {
     platform::UNMutableNotificationContent content;
     content.categoryIdentifier = requiredString(event, "category");
-    platform::UNNotificationResponse response{
-        platform::UNNotification{platform::Clock::current().now(), platform::UNNotificationRequest("tap", content, nullptr)}};
+    // A click on a desktop notification names the request it showed.
+    const std::string identifier = optionalString(event, "identifier").value_or("tap");
+    platform::UNNotificationResponse response{platform::UNNotification{
+        platform::Clock::current().now(), platform::UNNotificationRequest(identifier, content, nullptr)}};
     platform::UNUserNotificationCenter::current().openNotification(response, nullptr);
   });
 
