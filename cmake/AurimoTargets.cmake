@@ -101,10 +101,16 @@ function(aurimo_test)
   add_executable(${ARG_NAME} ${ARG_SOURCES})
   target_link_libraries(${ARG_NAME} PRIVATE ${ARG_DEPS} GTest::gmock GTest::gtest_main)
   aurimo_defaults(${ARG_NAME})
-  # A hang fails the test in two minutes instead of stalling CI.
+  # A hang fails the test in two minutes instead of stalling CI. An empty
+  # LABELS value would swallow the next property's name, so it goes last and
+  # only when there are labels.
+  set(_properties TIMEOUT 120)
+  if(ARG_LABELS)
+    list(APPEND _properties LABELS "${ARG_LABELS}")
+  endif()
   gtest_discover_tests(${ARG_NAME}
     DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 120)
+    PROPERTIES ${_properties})
 endfunction()
 
 function(aurimo_benchmark)
