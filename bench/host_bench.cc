@@ -53,6 +53,12 @@ class ScratchDirectory {
   std::string path_;
 };
 
+// AURIMO_BENCH_BINARY names another build of the command to measure, say the one before a change.
+const std::string& aurimoBinary() {
+  static const std::string path = std::getenv("AURIMO_BENCH_BINARY") ? std::getenv("AURIMO_BENCH_BINARY") : AURIMO_BINARY;
+  return path;
+}
+
 // Runs the program to completion, output to /dev/null; aborts unless it exits 0.
 void spawn(std::vector<std::string> arguments) {
   std::vector<char*> argv;
@@ -91,7 +97,7 @@ void BM_SweepProcess(benchmark::State& state) {
   fillCache(scratch.path() + "/Cache", 100'000, 64);
   for (auto _ : state) {
     bench::SideBySide sides(9);
-    sides.run([&] { spawn({AURIMO_BINARY, "cache", "--dir", scratch.path(), "--name", "Cache", "sweep"}); },
+    sides.run([&] { spawn({aurimoBinary(), "cache", "--dir", scratch.path(), "--name", "Cache", "sweep"}); },
               [&] { spawn({SWEEP_FLOOR, scratch.path() + "/Cache"}); });
     sides.report(state, 1.3);
   }
@@ -109,7 +115,7 @@ void BM_EvictionSweepProcess(benchmark::State& state) {
       fs::remove_all(directory);
       fillCache(directory, kFiles, 64);
     });
-    sides.run([&] { spawn({AURIMO_BINARY, "cache", "--dir", scratch.path(), "--name", "Cache", "--max-size", limit, "sweep"}); },
+    sides.run([&] { spawn({aurimoBinary(), "cache", "--dir", scratch.path(), "--name", "Cache", "--max-size", limit, "sweep"}); },
               [&] { spawn({SWEEP_FLOOR, directory, limit}); });
     sides.report(state, 1.5);
   }
@@ -119,7 +125,7 @@ void BM_Startup(benchmark::State& state) {
   ScratchDirectory scratch;
   for (auto _ : state) {
     bench::SideBySide sides(15);
-    sides.run([&] { for (int i = 0; i < 20; ++i) spawn({AURIMO_BINARY, "--data-dir", scratch.path(), "info"}); },
+    sides.run([&] { for (int i = 0; i < 20; ++i) spawn({aurimoBinary(), "--data-dir", scratch.path(), "info"}); },
               [&] { for (int i = 0; i < 20; ++i) spawn({STARTUP_FLOOR}); });
     sides.report(state, 1.2);
   }
@@ -135,7 +141,7 @@ void BM_RunThroughput(benchmark::State& state) {
   }
   for (auto _ : state) {
     bench::SideBySide sides(7);
-    sides.run([&] { spawn({AURIMO_BINARY, "--data-dir", scratch.path(), "run", "--script", script}); },
+    sides.run([&] { spawn({aurimoBinary(), "--data-dir", scratch.path(), "run", "--script", script}); },
               [&] { spawn({RUN_FLOOR, script}); });
     sides.report(state, 4);
   }
