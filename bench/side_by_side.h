@@ -7,7 +7,8 @@
 // the children it has waited for, so spawned commands are charged too.
 //
 // report() sets the Google Benchmark counters bench/run_all.sh collects:
-// ratio, goal, lower_is_better, cpu_ratio, ours_ms, floor_ms.
+// ratio, goal, lower_is_better, cpu_ratio, ours_ms, floor_ms. A goal of 0
+// marks a figure to read rather than pass or fail (I/O timings, say).
 //
 //   bench::SideBySide sides(9);
 //   sides.run([&] { ours(); }, [&] { floor(); });
