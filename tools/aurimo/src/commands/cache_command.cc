@@ -141,14 +141,15 @@ class SweepTally final : public platform::FileManagerWrapper {
     if (drawn_) std::fputs("\r\033[K", stderr);
   }
 
+  // Counted before the call: a file someone else removed first is gone all the same.
   void removeItem(const std::string& path) override {
-    FileManagerWrapper::removeItem(path);
-    ++removed_;
     if (auto found = kept_.find(path); found != kept_.end()) {
       evicted.add(found->second);
       remaining.subtract(found->second);
       kept_.erase(found);
     }
+    FileManagerWrapper::removeItem(path);
+    ++removed_;
     draw();
   }
   [[nodiscard]] bool enumerateDirectory(const std::string& path, const NameFilter& include,
