@@ -3,6 +3,6 @@
 
 int main(int argc, char** argv) {
   aurimo::tool::CommandLine commandLine;
-  aurimo::tool::addAllCommands(commandLine);
+  aurimo::tool::addCommandsFor(commandLine, argc, argv);
   return commandLine.run(argc, argv);
 }

@@ -50,6 +50,10 @@ TEST(CacheCommandTest, EachSubcommandAnswersThroughTheLibrarysOwnFiles) {
       // The expired file goes first; then the 1-byte limit evicts the rest.
       {{"sweep"}, "", 0, R"({"expired":1,"evicted":0,"removedBytes":5,"removedAllocatedBytes":*,"remaining":2,"remainingBytes":20})" "\n", ""},
       {{"--max-size", "1", "sweep"}, "", 0, R"({"expired":0,"evicted":2,"removedBytes":20,"removedAllocatedBytes":*,"remaining":0,"remainingBytes":0})" "\n", ""},
+      // Both kinds in one sweep: counted from the one walk, each by its date.
+      {{"put", "old", "--expiry", "date:1000"}, "123", 0, "", ""},
+      {{"put", "new"}, "1234", 0, "", ""},
+      {{"--max-size", "1", "sweep"}, "", 0, R"({"expired":1,"evicted":1,"removedBytes":7,"removedAllocatedBytes":*,"remaining":0,"remainingBytes":0})" "\n", ""},
       {{"put", "again"}, "x", 0, "", ""},
       {{"clear"}, "", 0, "", ""},
       {{"ls"}, "", 0, "", ""},

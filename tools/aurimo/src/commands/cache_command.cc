@@ -17,7 +17,7 @@
 #include <string>
 #include <string_view>
 #include <stdexcept>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -110,15 +110,44 @@ std::vector<CacheFile> listFiles(platform::FileManager& files, const std::string
   return result;
 }
 
-// Forwards to the real file manager and draws the sweep's progress on stderr.
-class ProgressFileManager final : public platform::FileManagerWrapper {
+// Counts what the library's sweep finds and removes as it goes, so the
+// folder is walked once: a regular file dated before `now` (the instant the
+// sweep runs at) is one the sweep removes as expired; any other removal of a
+// file it listed is an eviction. On a terminal it also draws the progress.
+class SweepTally final : public platform::FileManagerWrapper {
  public:
-  ProgressFileManager(platform::FileManager& base, std::size_t total) : FileManagerWrapper(base), total_(total) {}
-  ~ProgressFileManager() override {
+  struct Totals {
+    std::uint64_t count = 0;
+    std::uint64_t bytes = 0;
+    std::uint64_t allocatedBytes = 0;
+
+    void add(const CacheFile& file) {
+      ++count;
+      bytes += file.bytes;
+      allocatedBytes += file.allocatedBytes;
+    }
+    void subtract(const CacheFile& file) {
+      --count;
+      bytes -= file.bytes;
+      allocatedBytes -= file.allocatedBytes;
+    }
+  };
+
+  // `evictions`: whether a size limit may remove unexpired files, which then
+  // need looking up by path. `progressTotal`: 0 draws nothing.
+  SweepTally(platform::FileManager& base, platform::Date now, bool evictions, std::size_t progressTotal)
+      : FileManagerWrapper(base), now_(now), evictions_(evictions), progressTotal_(progressTotal) {}
+  ~SweepTally() override {
     if (drawn_) std::fputs("\r\033[K", stderr);
   }
 
+  // Counted before the call: a file someone else removed first is gone all the same.
   void removeItem(const std::string& path) override {
+    if (auto found = kept_.find(path); found != kept_.end()) {
+      evicted.add(found->second);
+      remaining.subtract(found->second);
+      kept_.erase(found);
+    }
     FileManagerWrapper::removeItem(path);
     ++removed_;
     draw();
@@ -126,32 +155,80 @@ class ProgressFileManager final : public platform::FileManagerWrapper {
   [[nodiscard]] bool enumerateDirectory(const std::string& path, const NameFilter& include,
                                         const EntryVisitor& visit) override {
     return FileManagerWrapper::enumerateDirectory(path, include, [&](const platform::DirectoryEntry& entry) {
+      count(entry);
       visit(entry);
       ++examined_;
       draw();
     });
   }
 
+  Totals expired;
+  Totals evicted;
+  Totals remaining;
+
  private:
+  // Hidden names are the library's temporaries, never cache files.
+  void count(const platform::DirectoryEntry& entry) {
+    if (entry.attributes.type != platform::FileAttributes::Type::regular || entry.name.front() == '.') return;
+    const CacheFile file{{}, entry.attributes.size,
+                         entry.attributes.totalFileAllocatedSize.value_or(entry.attributes.size),
+                         entry.attributes.modificationDate};
+    if (file.expiry && *file.expiry < now_) {
+      expired.add(file);
+      return;
+    }
+    remaining.add(file);
+    if (evictions_) kept_.emplace(entry.path, file);
+  }
+
   void draw() {
+    if (progressTotal_ == 0) return;
     const auto now = std::chrono::steady_clock::now();
     if (drawn_ && now - lastDrawn_ < std::chrono::milliseconds(100)) return;
     lastDrawn_ = now;
     drawn_ = true;
     constexpr std::size_t kWidth = 30;
-    const std::size_t filled = total_ ? std::min(kWidth, examined_ * kWidth / total_) : kWidth;
+    const std::size_t filled = std::min(kWidth, examined_ * kWidth / progressTotal_);
     std::fprintf(stderr, "\r\033[Ksweeping [%s%s] %zu/%zu files examined, %zu removed",
                  std::string(filled, '#').c_str(), std::string(kWidth - filled, '.').c_str(),
-                 std::min(examined_, total_), total_, removed_);
+                 std::min(examined_, progressTotal_), progressTotal_, removed_);
     std::fflush(stderr);
   }
 
-  std::size_t total_;
+  platform::Date now_;
+  bool evictions_;
+  std::size_t progressTotal_;
+  std::unordered_map<std::string, CacheFile> kept_;  // by path; only with a size limit
   std::size_t examined_ = 0;
   std::size_t removed_ = 0;
   bool drawn_ = false;
   std::chrono::steady_clock::time_point lastDrawn_;
 };
+
+// The library's sweep reads the clock once; a clock stopped at one instant
+// makes that instant the tally's too.
+class StoppedClock final : public platform::Clock {
+ public:
+  explicit StoppedClock(platform::Date now) : now_(now) {}
+  platform::Date now() const override { return now_; }
+
+ private:
+  platform::Date now_;
+};
+
+// The entries directly in `directory`, by name only (nothing examined): the
+// progress bar's total.
+std::size_t countNames(platform::FileManager& files, const std::string& directory) {
+  std::size_t count = 0;
+  (void)files.enumerateDirectory(
+      directory,
+      [&](std::string_view name) {
+        count += name.front() != '.';
+        return false;
+      },
+      [](const platform::DirectoryEntry&) {});
+  return count;
+}
 
 std::shared_ptr<CacheStorage> openStorage(const CacheOptions& options, platform::FileManager& files) {
   return CacheStorage::create(
@@ -218,38 +295,28 @@ int list(const CacheOptions& options) {
   return kExitSuccess;
 }
 
-// Compares the files before and after the library's sweep: the ones gone
-// were expired (date before the start) or evicted by the size limit.
+// Counts from the library's own sweep (see SweepTally): one walk in all.
 int sweep(const CacheOptions& options) {
   platform::FileManager& files = platform::FileManager::defaultManager();
   const std::string directory = directoryOf(options);
-  const std::vector<CacheFile> before = listFiles(files, directory);
   const platform::Date start = platform::Clock::current().now();
-  {
-    std::optional<ProgressFileManager> progress;
-    if (::isatty(STDERR_FILENO) && before.size() >= kProgressThreshold) progress.emplace(files, before.size());
-    openStorage(options, progress ? static_cast<platform::FileManager&>(*progress) : files)->removeExpiredObjects();
+  std::size_t progressTotal = 0;
+  if (::isatty(STDERR_FILENO)) {
+    progressTotal = countNames(files, directory);
+    if (progressTotal < kProgressThreshold) progressTotal = 0;
   }
-  std::unordered_set<std::string> remaining;
-  for (const CacheFile& file : listFiles(files, directory)) remaining.insert(file.name);
-
-  std::uint64_t expired = 0, evicted = 0, removedBytes = 0, removedAllocated = 0, keptBytes = 0;
-  for (const CacheFile& file : before) {
-    if (remaining.contains(file.name)) {
-      keptBytes += file.bytes;
-      continue;
-    }
-    (file.expiry && *file.expiry < start ? expired : evicted) += 1;
-    removedBytes += file.bytes;
-    removedAllocated += file.allocatedBytes;
+  SweepTally tally(files, start, options.maxSize != 0, progressTotal);
+  {
+    platform::ScopedReplacement<platform::Clock> stopped(platform::Clock::slot(), std::make_shared<StoppedClock>(start));
+    openStorage(options, tally)->removeExpiredObjects();
   }
   nlohmann::ordered_json line;
-  line["expired"] = expired;
-  line["evicted"] = evicted;
-  line["removedBytes"] = removedBytes;
-  line["removedAllocatedBytes"] = removedAllocated;
-  line["remaining"] = remaining.size();
-  line["remainingBytes"] = keptBytes;
+  line["expired"] = tally.expired.count;
+  line["evicted"] = tally.evicted.count;
+  line["removedBytes"] = tally.expired.bytes + tally.evicted.bytes;
+  line["removedAllocatedBytes"] = tally.expired.allocatedBytes + tally.evicted.allocatedBytes;
+  line["remaining"] = tally.remaining.count;
+  line["remainingBytes"] = tally.remaining.bytes;
   std::cout << EventHost::format(line) << '\n';
   return kExitSuccess;
 }

@@ -18,5 +18,9 @@ void addCacheCommand(CommandLine& commandLine);  // cache --dir PARENT --name NA
 
 // Every subcommand, in the order --help lists them; add new ones here.
 void addAllCommands(CommandLine& commandLine);
+// Only the subcommand `argv` names, when it plainly names one (after any
+// --data-dir DIR); every subcommand otherwise (--help, a mistyped name...).
+// Start-up then builds one subcommand's options, not all of them.
+void addCommandsFor(CommandLine& commandLine, int argc, const char* const* argv);
 
 }  // namespace aurimo::tool

@@ -62,13 +62,18 @@ std::optional<nlohmann::ordered_json> EventHost::handleLine(std::string_view lin
   return handle(*event);
 }
 
-void EventHost::run(std::istream& in, std::ostream& out) {
+void EventHost::run(std::istream& in, std::ostream& out, bool flushEachAnswer) {
   std::string line;
+  std::string text;
   while (std::getline(in, line)) {
     if (std::optional<nlohmann::ordered_json> answer = handleLine(line)) {
-      out << format(*answer) << '\n' << std::flush;
+      text = format(*answer);
+      text += '\n';
+      out.write(text.data(), static_cast<std::streamsize>(text.size()));
+      if (flushEachAnswer) out.flush();
     }
   }
+  out.flush();
 }
 
 std::string EventHost::format(const nlohmann::ordered_json& answer) {

@@ -83,8 +83,10 @@ class EventHost {
   nlohmann::ordered_json handle(const nlohmann::json& event);
   // The answer to one line of text; nullopt for blank lines and '#' comments.
   std::optional<nlohmann::ordered_json> handleLine(std::string_view line);
-  // Answers every line of `in` on `out`, flushing after each answer.
-  void run(std::istream& in, std::ostream& out);
+  // Answers every line of `in` on `out`. With `flushEachAnswer` each answer
+  // is flushed as it is written, for a reader waiting on it; without, `out`
+  // is flushed once at the end.
+  void run(std::istream& in, std::ostream& out, bool flushEachAnswer = true);
 
   // Whom the subsystems' questions go to; events choose its answers.
   const std::shared_ptr<HostPerson>& person() const { return person_; }
