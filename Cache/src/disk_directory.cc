@@ -157,7 +157,9 @@ void DiskDirectory::remove(const std::string& filePath, const OnRemove& onRemove
 // place never finishes reliably ("Directory not empty"). Renamed aside under
 // a unique name, it is out of their reach at once and deleted at leisure.
 void DiskDirectory::removeAll() {
-  std::string aside = path_ + ".aurimo-clear-";
+  std::string aside = path_;
+  while (aside.size() > 1 && aside.back() == '/') aside.pop_back();  // a sibling, never inside
+  aside += ".aurimo-clear-";
   aside += std::to_string(std::random_device{}()) + std::to_string(std::random_device{}());
   bool movedAside = true;
   try {

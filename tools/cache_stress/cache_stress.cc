@@ -54,7 +54,7 @@ std::string keyName(int key) { return "key" + std::to_string(key); }
 // header follows from them, so any torn or mixed value is caught.
 platform::Data valueFor(int key, std::uint64_t generation) {
   const std::string header = keyName(key) + " " + std::to_string(generation) + "\n";
-  const std::size_t length = header.size() + (generation * 7919 + static_cast<unsigned>(key) * 104729) % 150'000;
+  const std::size_t length = header.size() + (generation * 7919 + static_cast<std::uint64_t>(key) * 104729) % 150'000;
   platform::Data data(header.begin(), header.end());
   for (std::size_t i = data.size(); i < length; ++i) data.push_back(static_cast<std::uint8_t>(i * 31 + generation));
   return data;
@@ -85,6 +85,7 @@ bool readsWhole(Disk& disk, int key, std::string& fault) {
 // Runs this program again with `arguments`; the child closes `closeInChild`.
 pid_t spawn(const std::vector<std::string>& arguments, int closeInChild) {
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
   const pid_t child = ::fork();
@@ -103,11 +104,12 @@ class LaterClock final : public platform::Clock {
   platform::Date now() const override { return std::chrono::system_clock::now() + std::chrono::minutes(5); }
 };
 
-// Child: writes new generations of random keys until killed; says it is
-// ready through `ready` once the folder is open.
-int writer(const std::string& folder, unsigned seed, int ready) {
-  Disk disk = openDisk(folder);
-  std::mt19937 random(seed);
+// Child "writer FOLDER SEED READY": writes new generations of random keys
+// until killed; says it is ready through the descriptor READY once the folder is open.
+int writer(const std::vector<std::string>& arguments) {
+  Disk disk = openDisk(arguments[1]);
+  std::mt19937 random(static_cast<unsigned>(std::stoul(arguments[2])));
+  const int ready = std::stoi(arguments[3]);
   const char byte = 1;
   if (::write(ready, &byte, 1) != 1) return 1;
   for (std::uint64_t generation = 0;; ++generation) {
@@ -156,11 +158,12 @@ int crash(const std::string& folder) {
   return faults == 0 ? 0 : 1;
 }
 
-// Child: a random mix of every operation on a small size limit, after the
-// parent opens the gate (closes its end of `gate`).
-int worker(const std::string& folder, unsigned seed, int operations, int gate) {
-  Disk disk = openDisk(folder, 400'000);
-  std::mt19937 random(seed);
+// Child "worker FOLDER SEED OPERATIONS GATE": a random mix of every operation
+// on a small size limit, once the parent opens the gate (closes its end of GATE).
+int worker(const std::vector<std::string>& arguments) {
+  Disk disk = openDisk(arguments[1], 400'000);
+  std::mt19937 random(static_cast<unsigned>(std::stoul(arguments[2])));
+  const int operations = std::stoi(arguments[3]), gate = std::stoi(arguments[4]);
   char byte;
   while (::read(gate, &byte, 1) > 0) {
   }
@@ -199,6 +202,7 @@ int share(const std::string& folder) {
   int gate[2];
   if (::pipe(gate) != 0) return 1;
   std::vector<pid_t> children;
+  children.reserve(2);
   for (int i = 0; i < 2; ++i) {
     children.push_back(spawn({"cache_stress", "worker", folder, std::to_string(std::random_device{}()),
                               std::to_string(operations), std::to_string(gate[0])}, gate[1]));
@@ -219,13 +223,8 @@ int share(const std::string& folder) {
 
 int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (arguments.size() == 4 && arguments[0] == "writer") {
-    return writer(arguments[1], static_cast<unsigned>(std::stoul(arguments[2])), std::stoi(arguments[3]));
-  }
-  if (arguments.size() == 5 && arguments[0] == "worker") {
-    return worker(arguments[1], static_cast<unsigned>(std::stoul(arguments[2])), std::stoi(arguments[3]),
-                  std::stoi(arguments[4]));
-  }
+  if (arguments.size() == 4 && arguments[0] == "writer") return writer(arguments);
+  if (arguments.size() == 5 && arguments[0] == "worker") return worker(arguments);
   if (arguments.size() != 1 || (arguments[0] != "crash" && arguments[0] != "share")) {
     std::fprintf(stderr, "usage: cache_stress crash|share\n");
     return 2;
