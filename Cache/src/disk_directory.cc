@@ -4,6 +4,7 @@
 #include <charconv>
 #include <optional>
 #include <random>
+#include <system_error>
 #include <vector>
 
 #include "cache/disk_storage_error.h"
@@ -45,6 +46,22 @@ std::string_view pathExtension(std::string_view key) {
   if (const auto slash = key.rfind('/'); slash != std::string_view::npos) key.remove_prefix(slash + 1);
   const auto dot = key.rfind('.');
   return dot == std::string_view::npos ? std::string_view() : key.substr(dot + 1);
+}
+
+// How often a write or a clear that lost a race with another process sharing
+// the folder tries again: such races are brief, so one retry nearly always does.
+constexpr int kRaceAttempts = 3;
+
+bool isNotFound(const std::system_error& error) { return error.code() == std::errc::no_such_file_or_directory; }
+
+// Processes sharing the folder sweep and clear it at the same time: a file
+// or folder someone else removed first is removed all the same.
+void removeUnlessGone(platform::FileManager& fileManager, const std::string& path) {
+  try {
+    fileManager.removeItem(path);
+  } catch (const std::system_error& error) {
+    if (!isNotFound(error)) throw;
+  }
 }
 
 struct KeptFile {
@@ -114,8 +131,17 @@ void DiskDirectory::write(const std::string& filePath, const platform::Data& dat
   char* end = std::copy(kTemporaryPrefix.begin(), kTemporaryPrefix.end(), prefix);
   end = std::to_chars(end, prefix + sizeof prefix - 1, seconds).ptr;
   *end++ = '-';
-  fileManager_->writeFileAtomically(filePath, data, std::string_view(prefix, static_cast<std::size_t>(end - prefix)),
-                                    expiryDate);
+  const std::string_view temporaryPrefix(prefix, static_cast<std::size_t>(end - prefix));
+  for (int attempt = 1;; ++attempt) {
+    try {
+      fileManager_->writeFileAtomically(filePath, data, temporaryPrefix, expiryDate);
+      return;
+    } catch (const std::system_error& error) {
+      if (!isNotFound(error) || attempt == kRaceAttempts) throw;
+    }
+    // A clear in another process took the folder away mid-write.
+    fileManager_->createDirectory(path_, true);
+  }
 }
 
 platform::FileContents DiskDirectory::read(const std::string& filePath) {
@@ -127,9 +153,31 @@ void DiskDirectory::remove(const std::string& filePath, const OnRemove& onRemove
   if (onRemove) onRemove(filePath);
 }
 
+// Writers in other processes keep adding files, so deleting the folder in
+// place never finishes reliably ("Directory not empty"). Renamed aside under
+// a unique name, it is out of their reach at once and deleted at leisure.
 void DiskDirectory::removeAll() {
-  fileManager_->removeItem(path_);
+  std::string aside = path_;
+  while (aside.size() > 1 && aside.back() == '/') aside.pop_back();  // a sibling, never inside
+  aside += ".aurimo-clear-";
+  aside += std::to_string(std::random_device{}()) + std::to_string(std::random_device{}());
+  bool movedAside = true;
+  try {
+    fileManager_->moveItem(path_, aside);
+  } catch (const std::system_error& error) {
+    if (!isNotFound(error)) throw;
+    movedAside = false;  // another clear got there first
+  }
   fileManager_->createDirectory(path_, true);
+  // A writer that looked the folder up just before it moved may still add a file to it.
+  for (int attempt = 1; movedAside; ++attempt) {
+    try {
+      removeUnlessGone(*fileManager_, aside);
+      return;
+    } catch (const std::system_error& error) {
+      if (error.code() != std::errc::directory_not_empty || attempt == kRaceAttempts) throw;
+    }
+  }
 }
 
 void DiskDirectory::removeExpired(const OnRemove& onRemove) {
@@ -159,7 +207,10 @@ void DiskDirectory::removeExpired(const OnRemove& onRemove) {
           kept.push_back(KeptFile{entry.path, date, *size});
         }
       });
-  if (!enumerated) throw DiskStorageError(DiskStorageError::fileEnumeratorFailed);
+  if (!enumerated) {
+    if (!fileManager_->fileExists(path_)) return;  // cleared by another process this instant: nothing to sweep
+    throw DiskStorageError(DiskStorageError::fileEnumeratorFailed);
+  }
 
   for (const std::string& temporary : staleTemporaries) {
     try {
@@ -168,7 +219,11 @@ void DiskDirectory::removeExpired(const OnRemove& onRemove) {
       // Its writer may have just renamed it; either way the next sweep retries.
     }
   }
-  for (const std::string& filePath : expired) remove(filePath, onRemove);
+  const auto sweep = [&](const std::string& filePath) {
+    removeUnlessGone(*fileManager_, filePath);
+    if (onRemove) onRemove(filePath);
+  };
+  for (const std::string& filePath : expired) sweep(filePath);
 
   if (config_.maxSize == 0 || totalSize <= config_.maxSize) return;
   const std::uint64_t target = config_.maxSize / 2;
@@ -178,7 +233,7 @@ void DiskDirectory::removeExpired(const OnRemove& onRemove) {
     return a.modificationDate.value_or(platform::Date::min()) > b.modificationDate.value_or(platform::Date::min());
   });
   for (const KeptFile& file : kept) {
-    remove(file.path, onRemove);
+    sweep(file.path);
     totalSize -= file.allocatedSize;
     if (totalSize < target) break;
   }

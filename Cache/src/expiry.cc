@@ -5,7 +5,7 @@ namespace aurimo::cache {
 platform::Date Expiry::dateAt(platform::Date now) const {
   switch (kind_) {
     case Kind::seconds:
-      return now + platform::seconds(interval_);
+      return platform::addingTimeInterval(now, interval_);
     case Kind::date:
       return date_;
     case Kind::never:

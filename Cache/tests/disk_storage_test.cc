@@ -153,6 +153,62 @@ TEST_F(DiskStorageTest, FailuresThrowAndLeaveTheStoredFileAsItWas) {
   EXPECT_FALSE(storage.transform(TransformerFactory::forData()).onRemove) << "onRemove is not carried over";
 }
 
+// Another process gets there first: it removes each file, or takes the whole
+// folder away, just before this one does.
+class RacedFileManager : public ByteSizedFileManager {
+ public:
+  void removeItem(const std::string& path) override {
+    if (race) fs::remove_all(path);
+    ByteSizedFileManager::removeItem(path);
+  }
+  void moveItem(const std::string& from, const std::string& to) override {
+    if (race) fs::remove_all(from);
+    ByteSizedFileManager::moveItem(from, to);
+  }
+  void renameItem(const std::string& from, const std::string& to) override {
+    if (std::exchange(race, false)) fs::remove_all(fs::path(to).parent_path());
+    ByteSizedFileManager::renameItem(from, to);
+  }
+  bool race = false;
+};
+
+TEST_F(DiskStorageTest, SweepCountsAFileAnotherProcessRemovedAsRemoved) {
+  RacedFileManager raced;
+  Disk storage(diskConfig(1000), raced, TransformerFactory::forData());
+  storage.onRemove = [this](const std::string& path) { removed_.push_back(fs::path(path).filename()); };
+  storage.setObject(bytes(10), "expired", Expiry::seconds(-1));
+  for (int i = 1; i <= 3; ++i) storage.setObject(bytes(400), std::to_string(i), Expiry::seconds(i));
+  raced.race = true;
+  storage.removeExpiredObjects();  // 1200 bytes: the latest two go to get below 500
+  EXPECT_EQ(removed_, (std::vector<std::string>{storage.fileName("expired"), storage.fileName("3"), storage.fileName("2")}));
+  EXPECT_EQ(namesOnDisk(), std::vector<std::string>{storage.fileName("1")});
+}
+
+TEST_F(DiskStorageTest, ClearWriteAndSweepSucceedWhenAnotherProcessClearedTheFolderFirst) {
+  RacedFileManager raced;
+  Disk storage(diskConfig(), raced, TransformerFactory::forData());
+  storage.setObject(bytes(3, 'o'), "old");
+  for (const auto& [name, operation] : std::vector<std::pair<std::string, std::function<void()>>>{
+           {"clear", [&] { storage.removeAll(); }},
+           {"write", [&] { storage.setObject(bytes(3, 'n'), "new"); }},
+           {"sweep", [&] { fs::remove_all(cachePath()); storage.removeExpiredObjects(); }}}) {
+    raced.race = true;
+    EXPECT_EQ(failureOf(operation), "nothing") << name;
+    raced.race = false;
+  }
+  storage.setObject(bytes(3, 'n'), "new");
+  EXPECT_EQ(namesOnDisk(), std::vector<std::string>{storage.fileName("new")}) << "the folder is back, with nothing old";
+}
+
+TEST_F(DiskStorageTest, ExpiriesPast2262ReadAsTheLatestDateAndAreNotSwept) {
+  Disk storage = makeStorage();
+  storage.setObject(bytes(1), "date", Expiry::date(platform::dateFromUnixSeconds(1e10)));
+  storage.setObject(bytes(1), "seconds", Expiry::seconds(1e12));
+  storage.removeExpiredObjects();
+  for (const char* key : {"date", "seconds"}) EXPECT_EQ(storage.entry(key).expiry.date(), platform::Date::max()) << key;
+  EXPECT_TRUE(removed_.empty()) << "not read back as 1901 and swept";
+}
+
 TEST_F(DiskStorageTest, DefaultParentIsTheCachesDirectory) {
   const std::string root = folder_.path().string();
   platform::ScopedReplacement pin(platform::Directories::slot(), std::make_shared<platform::Directories>(

@@ -94,5 +94,24 @@ TEST_F(StorageTest, IsNotFoundTellsAMissInEitherLayerFromEveryOtherFailure) {
   }
 }
 
+TEST_F(StorageTest, AFullDiskOrReadOnlyFolderFailsEachChangeAndKeepsTheStoredValue) {
+  using Faults = aurimo::test::FaultyFileManager;
+  storage_->setObject(1, "k");
+  struct Case { void (Faults::*fault)(bool); std::string failure; bool removalsFail; };
+  for (const Case& c : {Case{&Faults::failWritesWithDiskFull, "ENOSPC", false}, Case{&Faults::makeReadOnly, "EROFS", true},
+                        Case{&Faults::denyPermission, "EACCES", true}}) {
+    (files_.*c.fault)(true);
+    EXPECT_EQ(failureOf([&] { storage_->setObject(2, "k"); }), c.failure);
+    const Result<void> async = await<void>([&](auto done) { storage_->async().setObject(3, "k", done); });
+    EXPECT_EQ(failureOf([&] { async.get(); }), c.failure);
+    if (c.removalsFail) {
+      EXPECT_EQ(failureOf([&] { storage_->removeObject("k"); }), c.failure);
+      EXPECT_EQ(failureOf([&] { storage_->removeAll(); }), c.failure);
+    }
+    (files_.*c.fault)(false);
+    EXPECT_EQ(storage_->transformCodable<int>()->object("k"), 1) << c.failure << ": the file is the old one";
+  }
+}
+
 }  // namespace
 }  // namespace aurimo::cache

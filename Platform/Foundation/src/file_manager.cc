@@ -17,17 +17,30 @@
 namespace aurimo::platform {
 namespace {
 
+constexpr Date::rep kNanosecondsPerSecond = 1'000'000'000;
+
+// A file dated beyond what a Date holds (after 2262, before 1677) reads as
+// the nearest end, never wrapped round to the other.
 Date dateFromTimespec(const struct timespec& time) {
-  return Date(std::chrono::duration_cast<Date::duration>(std::chrono::seconds(time.tv_sec) +
-                                                         std::chrono::nanoseconds(time.tv_nsec)));
+  Date::rep nanoseconds = 0;
+  if (__builtin_mul_overflow(static_cast<Date::rep>(time.tv_sec), kNanosecondsPerSecond, &nanoseconds) ||
+      __builtin_add_overflow(nanoseconds, static_cast<Date::rep>(time.tv_nsec), &nanoseconds)) {
+    return time.tv_sec < 0 ? Date::min() : Date::max();
+  }
+  return Date(Date::duration(nanoseconds));
 }
 
+// By division, as floor()'s seconds would not fit back into nanoseconds near Date::min().
 struct timespec timespecFromDate(Date date) {
-  const auto since = date.time_since_epoch();
-  const auto whole = std::chrono::floor<std::chrono::seconds>(since);
+  const Date::rep nanoseconds = date.time_since_epoch().count();
+  Date::rep seconds = nanoseconds / kNanosecondsPerSecond, rest = nanoseconds % kNanosecondsPerSecond;
+  if (rest < 0) {
+    rest += kNanosecondsPerSecond;
+    --seconds;
+  }
   struct timespec time{};
-  time.tv_sec = static_cast<time_t>(whole.count());
-  time.tv_nsec = static_cast<long>(std::chrono::duration_cast<std::chrono::nanoseconds>(since - whole).count());
+  time.tv_sec = static_cast<time_t>(seconds);
+  time.tv_nsec = static_cast<long>(rest);
   return time;
 }
 

@@ -1,10 +1,12 @@
 #include "platform/file_manager.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
 #include <map>
 
@@ -20,6 +22,7 @@ using testing::EndsWith;
 using testing::StartsWith;
 
 using test::namesIn;
+using namespace std::chrono_literals;
 
 class FileManagerTest : public ::testing::Test {
  protected:
@@ -128,6 +131,26 @@ TEST_F(FileManagerTest, WritesAtomicallyAndKeepsFilesAndFoldersPrivate) {
   std::ofstream(root_ + "/x/y/f") << "f";
   files_.removeItem(root_ + "/x");
   EXPECT_FALSE(files_.fileExists(root_ + "/x"));
+}
+
+TEST_F(FileManagerTest, DatesBeyond1677To2262SaturateInsteadOfWrapping) {
+  using platform::Date;
+  for (const auto& [seconds, date] : std::vector<std::pair<double, Date>>{
+           {1e10, Date::max()}, {-1e10, Date::min()}, {9'223'372'037.0, Date::max()}, {1e300, Date::max()},
+           {-1e300, Date::min()}, {std::nan(""), Date()}, {-1.5, Date(-1500ms)}}) {
+    EXPECT_EQ(platform::dateFromUnixSeconds(seconds), date) << seconds;
+    EXPECT_EQ(Date() + platform::seconds(seconds), date) << seconds;
+  }
+  const std::string file = root_ + "/f";
+  std::ofstream(file) << "f";
+  const struct timespec year2300[2] = {{0, UTIME_OMIT}, {10'413'792'000, 0}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), year2300, 0), 0);
+  EXPECT_EQ(files_.attributesOfItem(file).modificationDate, Date::max()) << "not 1861";
+  EXPECT_EQ(files_.contentsOfFile(file).attributes.modificationDate, Date::max());
+  for (const Date date : {Date::max(), Date::min()}) {
+    files_.setModificationDate(file, date);
+    EXPECT_EQ(files_.attributesOfItem(file).modificationDate >= Date(), date == Date::max());
+  }
 }
 
 }  // namespace

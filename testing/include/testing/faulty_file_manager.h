@@ -2,7 +2,7 @@
 // FaultyFileManager: forwards to a real file manager and injects the faults
 // that disks produce: a full disk on write (after half the bytes went out),
 // permission denied, a failing rename, and files whose modification date is
-// lost. Counts every fault it injected. Subclass it and override one method
+// lost, and a read-only file system. Counts every fault it injected. Subclass it and override one method
 // for anything more specific.
 //
 // Thread contract: the switches and the counter are atomic; forwarding is as
@@ -26,6 +26,8 @@ class FaultyFileManager : public platform::FileManagerWrapper {
 
   void failWritesWithDiskFull(bool on) { diskFull_ = on; }
   void denyPermission(bool on) { permissionDenied_ = on; }
+  // Every change throws EROFS; reads go through.
+  void makeReadOnly(bool on) { readOnly_ = on; }
   void failRenames(bool on) { failRenames_ = on; }
   void dropModificationDates(bool on) { dropDates_ = on; }
   int injectedFaults() const { return injected_.load(); }
@@ -51,13 +53,13 @@ class FaultyFileManager : public platform::FileManagerWrapper {
     FileManagerWrapper::setPermissions(path, mode);
   }
   platform::FileContents contentsOfFile(const std::string& path) override {
-    denyIfAsked("open", path);
+    denyIfAsked("open", path, false);
     platform::FileContents contents = FileManagerWrapper::contentsOfFile(path);
     if (dropDates_) contents.attributes.modificationDate.reset();
     return contents;
   }
   platform::FileAttributes attributesOfItem(const std::string& path) override {
-    denyIfAsked("stat", path);
+    denyIfAsked("stat", path, false);
     platform::FileAttributes attributes = FileManagerWrapper::attributesOfItem(path);
     if (dropDates_) attributes.modificationDate.reset();
     return attributes;
@@ -99,8 +101,9 @@ class FaultyFileManager : public platform::FileManagerWrapper {
   }
 
  private:
-  void denyIfAsked(const char* operation, const std::string& path) {
+  void denyIfAsked(const char* operation, const std::string& path, bool changes = true) {
     if (permissionDenied_) inject(operation, path, EACCES);
+    if (readOnly_ && changes) inject(operation, path, EROFS);
   }
   void failRenameIfAsked(const std::string& to) {
     denyIfAsked("rename", to);
@@ -109,6 +112,7 @@ class FaultyFileManager : public platform::FileManagerWrapper {
 
   std::atomic<bool> diskFull_{false};
   std::atomic<bool> permissionDenied_{false};
+  std::atomic<bool> readOnly_{false};
   std::atomic<bool> failRenames_{false};
   std::atomic<bool> dropDates_{false};
   std::atomic<int> injected_{0};

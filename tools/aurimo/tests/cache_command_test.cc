@@ -26,6 +26,9 @@ TEST(CacheCommandTest, EachSubcommandAnswersThroughTheLibrarysOwnFiles) {
   const std::vector<Step> steps = {
       {{"put", "k", "--expiry", "tomorrow"}, "", 2, "", "aurimo: cache put: --expiry must be never, seconds:N or date:UNIX\n"},
       {{"put", "k", "--expiry", "seconds:"}, "", 2, "", "aurimo: cache put: --expiry must be never, seconds:N or date:UNIX\n"},
+      // Regression: expiries a date cannot hold once wrapped round to 1901 and were swept.
+      {{"put", "k", "--expiry", "date:10000000000"}, "", 2, "", "aurimo: cache: --expiry must fall between 1677-09-22 and 2262-04-11\n"},
+      {{"put", "k", "--expiry", "seconds:1e10"}, "", 2, "", "aurimo: cache: --expiry must fall between 1677-09-22 and 2262-04-11\n"},
       // Regression: sizes that wrapped into "no limit" or "1 byte" are refused.
       {{"--max-size", "lots", "ls"}, "", 2, "", "aurimo: cache: --max-size must be a whole number of bytes\n"},
       {{"--max-size", "-1", "ls"}, "", 2, "", "aurimo: cache: --max-size must be a whole number of bytes\n"},

@@ -8,7 +8,9 @@
 //   platform::ScopedReplacement pin(platform::Clock::slot(), fakeClock);
 
 #include <chrono>
+#include <cmath>
 #include <memory>
+#include <type_traits>
 
 #include "platform/replaceable.h"
 
@@ -19,14 +21,29 @@ using Date = std::chrono::system_clock::time_point;
 // A span of time in seconds, as the platform's TimeInterval.
 using TimeInterval = double;
 
-inline Date dateFromUnixSeconds(TimeInterval seconds) {
-  return Date(std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(seconds)));
+static_assert(std::is_same_v<Date::duration, std::chrono::nanoseconds>);
+
+// A Date holds nanoseconds in 64 bits: 1677-09-21 to 2262-04-11. Conversions
+// into it saturate at Date::min() and Date::max() rather than wrap round to
+// the other end, and NaN means zero.
+inline Date::duration seconds(TimeInterval interval) {
+  const double nanoseconds = interval * 1e9;
+  if (std::isnan(nanoseconds)) return Date::duration::zero();
+  if (nanoseconds >= 0x1p63) return Date::duration::max();
+  if (nanoseconds < -0x1p63) return Date::duration::min();
+  return Date::duration(static_cast<Date::rep>(nanoseconds));
 }
+inline Date dateFromUnixSeconds(TimeInterval seconds) { return Date(platform::seconds(seconds)); }
 inline TimeInterval unixSeconds(Date date) {
   return std::chrono::duration<double>(date.time_since_epoch()).count();
 }
-inline Date::duration seconds(TimeInterval interval) {
-  return std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(interval));
+// date + interval, saturating.
+inline Date addingTimeInterval(Date date, TimeInterval interval) {
+  Date::rep sum = 0;
+  if (__builtin_add_overflow(date.time_since_epoch().count(), platform::seconds(interval).count(), &sum)) {
+    return interval < 0 ? Date::min() : Date::max();
+  }
+  return Date(Date::duration(sum));
 }
 
 class Clock {

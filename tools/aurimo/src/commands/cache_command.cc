@@ -240,6 +240,10 @@ std::shared_ptr<CacheStorage> openStorage(const CacheOptions& options, platform:
 int put(const CacheOptions& options) {
   const auto expiry = parseExpiry(options.expiry);
   if (!expiry) return fail(kExitUsage, "cache put: --expiry must be never, seconds:N or date:UNIX");
+  // Beyond what a date holds, the library would store the nearest end instead.
+  if (const platform::Date date = expiry->date(); date == platform::Date::max() || date == platform::Date::min()) {
+    return fail(kExitUsage, "cache: --expiry must fall between 1677-09-22 and 2262-04-11");
+  }
   std::cin >> std::noskipws;
   const platform::Data value((std::istreambuf_iterator<char>(std::cin)), std::istreambuf_iterator<char>());
   openStorage(options, platform::FileManager::defaultManager())->setObject(value, options.key, *expiry);
