@@ -1,6 +1,7 @@
 #include "platform/un_user_notification_center.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <mutex>
 #include <utility>
@@ -175,7 +176,10 @@ void UNUserNotificationCenter::add(const UNNotificationRequest& request,
     if (!(interval->timeInterval() > 0)) {
       error = UNError{UNError::Code::invalidRequest, "the time interval must be greater than 0"};
     } else if (!interval->repeats()) {
-      fireDate = now + seconds(interval->timeInterval());
+      // An interval past the end of Date fires at its end rather than wrapping into the past.
+      std::int64_t at = 0;
+      const bool past = __builtin_add_overflow(now.time_since_epoch().count(), seconds(interval->timeInterval()).count(), &at);
+      fireDate = past ? Date::max() : Date(Date::duration(at));
     }
   } else if (auto* calendar = dynamic_cast<const UNCalendarNotificationTrigger*>(trigger)) {
     // One that can never fire again counts as delivered.

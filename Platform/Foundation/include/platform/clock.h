@@ -8,7 +8,9 @@
 //   platform::ScopedReplacement pin(platform::Clock::slot(), fakeClock);
 
 #include <chrono>
+#include <cmath>
 #include <memory>
+#include <type_traits>
 
 #include "platform/replaceable.h"
 
@@ -19,14 +21,20 @@ using Date = std::chrono::system_clock::time_point;
 // A span of time in seconds, as the platform's TimeInterval.
 using TimeInterval = double;
 
-inline Date dateFromUnixSeconds(TimeInterval seconds) {
-  return Date(std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(seconds)));
+// Saturates at the ends of Date's range (about 292 years either side of
+// 1970), and NaN is zero: converting a double the integer cannot hold would
+// be undefined behaviour.
+inline Date::duration seconds(TimeInterval interval) {
+  static_assert(std::is_same_v<Date::duration, std::chrono::nanoseconds>);
+  const double nanos = interval * 1e9;
+  if (std::isnan(nanos)) return Date::duration::zero();
+  if (nanos >= 0x1p63) return Date::duration::max();
+  if (nanos <= -0x1p63) return Date::duration::min();
+  return Date::duration(static_cast<Date::duration::rep>(nanos));
 }
+inline Date dateFromUnixSeconds(TimeInterval seconds) { return Date(platform::seconds(seconds)); }
 inline TimeInterval unixSeconds(Date date) {
   return std::chrono::duration<double>(date.time_since_epoch()).count();
-}
-inline Date::duration seconds(TimeInterval interval) {
-  return std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(interval));
 }
 
 class Clock {
