@@ -178,7 +178,8 @@ void UNUserNotificationCenter::add(const UNNotificationRequest& request,
     } else if (!interval->repeats()) {
       // An interval past the end of Date fires at its end rather than wrapping into the past.
       std::int64_t at = 0;
-      const bool past = __builtin_add_overflow(now.time_since_epoch().count(), seconds(interval->timeInterval()).count(), &at);
+      const bool past =
+          __builtin_add_overflow(now.time_since_epoch().count(), seconds(interval->timeInterval()).count(), &at);
       fireDate = past ? Date::max() : Date(Date::duration(at));
     }
   } else if (auto* calendar = dynamic_cast<const UNCalendarNotificationTrigger*>(trigger)) {

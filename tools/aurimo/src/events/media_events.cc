@@ -150,7 +150,9 @@ void MediaEvents::registerEvents(EventHost& host) {
     library.changeQueue().sync([] {});
     // A refusal is no failure: "photo":null says it. A disk that failed is.
     using Code = platform::PHPhotosError::Code;
-    if (failure && (failure->code == Code::accessUserDenied || failure->code == Code::accessRestricted)) failure.reset();
+    if (failure && (failure->code == Code::accessUserDenied || failure->code == Code::accessRestricted)) {
+      failure.reset();
+    }
 
     // The save reports nothing, so the new photo is whatever file appeared.
     std::optional<fs::path> saved;

@@ -82,7 +82,8 @@ void NotificationEvents::registerEvents(EventHost& host) {
       const std::size_t calls = app_->calls().count();
       work(context, event);
       const bool withCalls = event["event"] == "foreground";
-      return [app = app_, mark, calls, withCalls, unsaved = std::exchange(unsaved_, std::nullopt)](nlohmann::ordered_json& out) {
+      return [app = app_, mark, calls, withCalls,
+              unsaved = std::exchange(unsaved_, std::nullopt)](nlohmann::ordered_json& out) {
         out["broadcasts"] = app->broadcastsSince(mark);
         out["pending"] = pendingRequestsJson(pendingRequests(platform::UNUserNotificationCenter::current()));
         if (withCalls) out["calls"] = app->calls().since(calls);
