@@ -29,11 +29,17 @@ void PhotoLibraryManager::requestAuthorization(AuthorizationCompletion completio
                                    });
 }
 
-void PhotoLibraryManager::savePhotoData(platform::Data data) const {
+void PhotoLibraryManager::savePhotoData(platform::Data data) const { savePhotoData(std::move(data), nullptr); }
+
+void PhotoLibraryManager::savePhotoData(platform::Data data,
+                                        platform::PHPhotoLibrary::CompletionHandler completion) const {
   // The block is run once, so the bytes can move into the request.
-  library_->performChanges([bytes = std::move(data)]() mutable {
-    platform::PHAssetCreationRequest::forAsset().addResource(platform::PHAssetResourceType::photo, std::move(bytes));
-  });
+  library_->performChanges(
+      [bytes = std::move(data)]() mutable {
+        platform::PHAssetCreationRequest::forAsset().addResource(platform::PHAssetResourceType::photo,
+                                                                 std::move(bytes));
+      },
+      std::move(completion));
 }
 
 }  // namespace aurimo

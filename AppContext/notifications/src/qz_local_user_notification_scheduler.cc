@@ -23,22 +23,28 @@ using platform::Date;
 using platform::DispatchQueue;
 using platform::UNUserNotificationCenter;
 
-constexpr double kOneDay = 86400;
+constexpr long long kOneDay = 86400;
 
-double secondsBetween(Date from, Date to) { return std::chrono::duration<double>(to - from).count(); }
+// From the two instants' own seconds: their difference in nanoseconds
+// overflows for spans over 292 years.
+double secondsBetween(Date from, Date to) { return platform::unixSeconds(to) - platform::unixSeconds(from); }
 
-Date reminderTime(const Calendar& calendar, Date trialStartDate, Date trialEndDate) {
-  if (secondsBetween(trialStartDate, trialEndDate) <= kOneDay) return trialEndDate - platform::seconds(30);
+// nullopt when the reminder would fall before the earliest Date (and so in the past).
+std::optional<Date> reminderTime(const Calendar& calendar, Date trialStartDate, Date trialEndDate) {
+  if (secondsBetween(trialStartDate, trialEndDate) <= kOneDay) {
+    return calendar.date(Calendar::Component::second, -30, trialEndDate);
+  }
   // Elapsed seconds, not the wall clock: across a daylight-saving change the
   // day before is 23 or 25 hours on the clock.
-  const Date dayBefore = trialEndDate - platform::seconds(kOneDay);
-  const int hour = calendar.component(Calendar::Component::hour, dayBefore);
+  const std::optional<Date> dayBefore = calendar.date(Calendar::Component::second, -kOneDay, trialEndDate);
+  if (!dayBefore) return std::nullopt;
+  const int hour = calendar.component(Calendar::Component::hour, *dayBefore);
   if (hour >= 10 && hour <= 20) return dayBefore;
   return calendar
-      .nextDate(dayBefore, platform::DateComponents{.hour = 10, .minute = 0, .second = 0},
+      .nextDate(*dayBefore, platform::DateComponents{.hour = 10, .minute = 0, .second = 0},
                 Calendar::MatchingPolicy::nextTime, Calendar::RepeatedTimePolicy::first,
                 Calendar::SearchDirection::forward)
-      .value_or(dayBefore);
+      .value_or(*dayBefore);
 }
 
 }  // namespace
@@ -126,9 +132,18 @@ void QzLocalUserNotificationScheduler::updateLocked() {
 
 void QzLocalUserNotificationScheduler::scheduleTrialExpirationReminder(platform::Date trialStartDate,
                                                                        platform::Date trialEndDate) {
+  scheduleTrialExpirationReminder(trialStartDate, trialEndDate, nullptr);
+}
+
+void QzLocalUserNotificationScheduler::scheduleTrialExpirationReminder(
+    platform::Date trialStartDate, platform::Date trialEndDate,
+    std::function<void(std::optional<platform::UNError>)> completionHandler) {
   const Calendar calendar = services_.calendar();
-  const Date reminder = reminderTime(calendar, trialStartDate, trialEndDate);
-  if (secondsBetween(services_.clock->now(), reminder) <= 0) return;
+  const std::optional<Date> reminder = reminderTime(calendar, trialStartDate, trialEndDate);
+  if (!reminder || secondsBetween(services_.clock->now(), *reminder) <= 0) {
+    if (completionHandler) DispatchQueue::global().async([completionHandler] { completionHandler(std::nullopt); });
+    return;
+  }
 
   platform::UNMutableNotificationContent content;
   content.title = platform::NSLocalizedString(
@@ -147,11 +162,11 @@ void QzLocalUserNotificationScheduler::scheduleTrialExpirationReminder(platform:
   auto trigger = std::make_shared<platform::UNCalendarNotificationTrigger>(
       calendar.dateComponents(
           {Component::year, Component::month, Component::day, Component::hour, Component::minute, Component::second},
-          reminder),
+          *reminder),
       /*repeats=*/false);
   services_.userNotificationCenter->add(
       platform::UNNotificationRequest(std::string(trialExpirationReminderIdentifier), content, std::move(trigger)),
-      nullptr);
+      std::move(completionHandler));
 }
 
 }  // namespace aurimo

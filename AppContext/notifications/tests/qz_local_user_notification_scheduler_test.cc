@@ -60,6 +60,7 @@ struct ReminderCase {
   const char* zone = "Europe/Berlin";      // UTC+1 in January
   double length = 7 * kDay;                // of the trial
   Date now = kJan;
+  std::optional<Date> start = std::nullopt;  // instead of end - length
 };
 
 TEST(QzLocalUserNotificationScheduler, TrialReminderTimeFollowsTheLengthAndTheDaytimeWindow) {
@@ -87,6 +88,10 @@ TEST(QzLocalUserNotificationScheduler, TrialReminderTimeFollowsTheLengthAndTheDa
       {"day before already past", end, std::nullopt, b, 3 * kDay, end - platform::seconds(3600)},
       {"moved 10:00 still ahead", utc(2025, 1, 20, 21, 0), wall(2025, 1, 20, 10, 0), b, week, utc(2025, 1, 20, 8, 0)},
       {"moved 10:00 reached", utc(2025, 1, 20, 21, 0), std::nullopt, b, week, utc(2025, 1, 20, 9, 0)},
+      // Regressions: the span in nanoseconds overflowed past 292 years, and 30 s
+      // before the earliest Date wrapped to the far future.
+      {"a trial of 500 years", utc(2200, 1, 20, 12, 0), wall(2200, 1, 19, 13, 0), b, 0, kJan, utc(1700, 1, 1, 0, 0)},
+      {"a trial ending at the start of time", Date::min() + std::chrono::seconds(10), std::nullopt, b, 0},
   };
   for (const ReminderCase& c : cases) {
     SCOPED_TRACE(c.name);
@@ -94,7 +99,7 @@ TEST(QzLocalUserNotificationScheduler, TrialReminderTimeFollowsTheLengthAndTheDa
     env.clock->set(c.now);
     env.add("unrelated", "Other");
     auto scheduler = Scheduler::create(env.services());
-    const Date start = c.end - platform::seconds(c.length);
+    const Date start = c.start.value_or(c.end - platform::seconds(c.length));
     scheduler->scheduleTrialExpirationReminder(start, c.end);
     scheduler->scheduleTrialExpirationReminder(start, c.end);
 

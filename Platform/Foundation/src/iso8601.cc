@@ -36,7 +36,8 @@ bool literal(std::string_view& text, char c) {
 
 }  // namespace
 
-std::optional<Date> parseIso8601(std::string_view text, const Calendar& calendar) {
+std::optional<Date> parseIso8601(std::string_view text, const Calendar& calendar, Iso8601Problem* problem) {
+  if (problem) *problem = Iso8601Problem::malformed;
   DateComponents c;
   int year, month, day, hour, minute, second = 0;
   if (!number(text, 4, year) || !literal(text, '-') || !number(text, 2, month) || !literal(text, '-') ||
@@ -77,15 +78,17 @@ std::optional<Date> parseIso8601(std::string_view text, const Calendar& calendar
   }
   if (!text.empty()) return std::nullopt;
 
-  std::optional<Date> date;
-  if (offsetSeconds) {
-    date = Calendar(TimeZone::gmt()).date(c);
-    if (date) *date -= std::chrono::seconds(*offsetSeconds);
-  } else {
-    date = calendar.date(c);
-  }
-  if (date) *date += std::chrono::nanoseconds(nanos);
+  // Checked steps: an offset or a fraction can carry a date at either end of
+  // Date's range past it, and the sum must not wrap to the other end.
+  const Calendar utc(TimeZone::gmt());
+  std::optional<Date> date = offsetSeconds ? utc.date(c) : calendar.date(c);
+  if (date) date = utc.date(DateComponents{.second = -offsetSeconds.value_or(0), .nanosecond = int(nanos)}, *date);
+  if (!date && problem) *problem = Iso8601Problem::outOfRange;
   return date;
+}
+
+std::optional<Date> parseIso8601(std::string_view text, const Calendar& calendar) {
+  return parseIso8601(text, calendar, nullptr);
 }
 
 }  // namespace aurimo::platform

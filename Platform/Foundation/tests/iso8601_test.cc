@@ -39,5 +39,29 @@ TEST(Iso8601Test, ReadsDatesWithAnOffsetOrInTheCalendarsZoneAndRejectsTheRest) {
   for (const char* text : rejected) EXPECT_EQ(parseIso8601(text, newYork), std::nullopt) << text;
 }
 
+// The offset or fraction once carried a date at an end of the range past it, wrapping to the other end.
+TEST(Iso8601Test, DatesPastTheRangeOfDateAreRefusedNotWrapped) {
+  const Calendar utc(TimeZone::gmt());
+  const struct {
+    const char* text;
+    std::optional<Iso8601Problem> problem;  // nullopt: parsed
+  } cases[] = {
+      {"2262-04-11T23:47:15-23:59", Iso8601Problem::outOfRange},
+      {"2262-04-11T23:47:15.999999999Z", std::nullopt},
+      {"2262-04-11T23:47:15+23:59", std::nullopt},
+      {"1677-09-21T00:12:45+23:59", Iso8601Problem::outOfRange},
+      {"9999-12-31T23:59Z", Iso8601Problem::outOfRange},
+      {"0000-01-01T00:00", Iso8601Problem::outOfRange},
+      {"2262-02-30T00:00Z", Iso8601Problem::malformed},
+  };
+  for (const auto& c : cases) {
+    Iso8601Problem problem{};
+    const std::optional<Date> date = parseIso8601(c.text, utc, &problem);
+    EXPECT_EQ(date.has_value(), !c.problem) << c.text;
+    EXPECT_EQ(date ? std::nullopt : std::optional(problem), c.problem) << c.text;
+    EXPECT_TRUE(!date || *date > Date()) << c.text;
+  }
+}
+
 }  // namespace
 }  // namespace aurimo::platform

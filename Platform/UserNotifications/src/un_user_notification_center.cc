@@ -1,6 +1,7 @@
 #include "platform/un_user_notification_center.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <mutex>
 #include <utility>
@@ -182,7 +183,8 @@ void UNUserNotificationCenter::add(const UNNotificationRequest& request,
     if (!(interval->timeInterval() > 0)) {
       error = UNError{UNError::Code::invalidRequest, "the time interval must be greater than 0"};
     } else if (!interval->repeats()) {
-      fireDate = now + seconds(interval->timeInterval());
+      // An interval past the end of Date fires at its end rather than wrapping into the past.
+      fireDate = addingTimeInterval(now, interval->timeInterval());
     } else {
       nextDate = internal::nextRepeat(interval, now);
     }

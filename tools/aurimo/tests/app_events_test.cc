@@ -4,10 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "events/events.h"
 #include "testing/command_runner.h"
+#include "testing/environment.h"
 
 namespace aurimo::test {
 namespace {
@@ -56,6 +59,55 @@ TEST(AppEventsTest, OneLaunchPerRunAndWhatItLeavesForTheNext) {
   }, run);
   EXPECT_TRUE(aurimo.matches(kLaunchStart + R"({"call":"CoreServicesKit.repairFirebaseConnectionIfNeed","firebaseUserIdentifier":"fb","isAnonymous":false},*{"call":"amplitudeAnalytics.setUserProperty","key":"api_server_user_id","value":"u-7"}],*)",
                              aurimo(run, R"({"event":"launch","account":{"firebaseUserIdentifier":"fb","isAnonymous":false}})").out));
+}
+
+// Regressions: a failed save answered as if kept. Each store, on a full or a
+// read-only disk: the answer keeps its fields and adds "error" (alone for a
+// refusal), and what was saved before stays on disk as it was.
+TEST(AppEventsTest, ASaveThatFailsSaysSoAndLeavesTheEarlierFile) {
+  const struct {
+    const char* name;
+    void (FaultyFileManager::*inject)(bool);
+    const char* reported;
+  } faults[] = {{"disk full", &FaultyFileManager::failWritesWithDiskFull, "No space left on device"},
+                {"read-only", &FaultyFileManager::denyPermission, "Permission denied"}};
+  const struct {
+    std::vector<std::string> saved;  // while the disk works
+    std::string failing;             // the same store once it fails
+    const char* file;                // under the environment's root; a folder by its names
+    const char* kept;                // a field the failing answer still has; null: an error alone
+    bool givesReason = true;         // the user defaults tell why on stderr only
+  } saves[] = {
+      {{R"({"event":"settings","set":{"didShowOnboarding":true}})"}, R"({"event":"settings","set":{"didShowOnboarding":false}})", "data/user-defaults.json", "settings", false},
+      {{R"({"event":"trialReminder","start":"2099-01-01T00:00Z","end":"2099-01-10T12:00Z"})"}, R"({"event":"trialReminder","start":"2099-01-01T00:00Z","end":"2099-02-10T12:00Z"})", "data/user_notifications.json", "pending"},
+      {{R"({"event":"photoPermission","answer":"authorized"})"}, R"({"event":"photoPermission","answer":"denied"})", "data/photo_library.json", nullptr},
+      {{R"({"event":"photoPermission","answer":"authorized"})", R"({"event":"savePhoto","base64":"aGk="})"}, R"({"event":"savePhoto","base64":"aGk="})", "Pictures/Aurimo", "photo"},
+  };
+  const auto onDisk = [](const std::filesystem::path& path) {
+    if (!std::filesystem::is_directory(path)) return slurp(path);
+    std::string names;
+    for (const auto& entry : std::filesystem::directory_iterator(path)) names += entry.path().filename().string() + "\n";
+    return names;
+  };
+  for (const auto& fault : faults) {
+    for (const auto& save : saves) {
+      SCOPED_TRACE(std::string(fault.name) + ": " + save.failing);
+      Environment env;
+      tool::EventHost host;
+      tool::registerAllEvents(host);
+      for (const std::string& line : save.saved) ASSERT_FALSE(host.handleLine(line)->contains("error"));
+      const std::string before = onDisk(env.root() / save.file);
+
+      (*env.files.*fault.inject)(true);
+      const nlohmann::ordered_json answer = *host.handleLine(save.failing);
+      (*env.files.*fault.inject)(false);
+      const std::string error = answer.value("error", "");
+      EXPECT_NE(error.find(save.givesReason ? fault.reported : "could not be saved"), std::string::npos) << answer.dump();
+      EXPECT_EQ(answer.contains("event"), save.kept != nullptr) << answer.dump();
+      EXPECT_TRUE(!save.kept || answer.contains(save.kept)) << answer.dump();
+      EXPECT_EQ(onDisk(env.root() / save.file), before);
+    }
+  }
 }
 
 }  // namespace

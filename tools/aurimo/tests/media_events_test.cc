@@ -3,6 +3,7 @@
 // photo library.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -55,6 +56,29 @@ TEST(MediaEventsTest, PhotosSaveByPermissionAndImagesLandInTheRoutedCacheAcrossL
   EXPECT_EQ(slurp(aurimo.path(image)), "hi");
 
   aurimo.expectRun({{R"({"event":"imageCacheRead","key":"images/7"})", R"({"event":"imageCacheRead","key":"images/7","storage":"ImageCache","bytes":2})"}});
+}
+
+// Regressions: a FIFO blocked the run forever, /dev/zero read until memory
+// ran out, and a caches folder that cannot be made ended the whole run.
+TEST(MediaEventsTest, FilesThatAreNoPhotoAndAnUnusableCachesFolderAreAnsweredWithErrors) {
+  CommandRunner aurimo(AURIMO_BINARY);
+  ASSERT_EQ(::mkfifo(aurimo.path("fifo").c_str(), 0600), 0);
+  std::ofstream(aurimo.root() / "cache") << "a file where the caches folder goes";
+  std::ofstream(aurimo.root() / "big").close();
+  fs::resize_file(aurimo.root() / "big", (64 << 20) + 1);  // sparse
+  const auto write = [&](const std::string& file) {
+    return R"({"event":"imageCacheWrite","key":"k","file":")" + file + R"("})";
+  };
+  const std::string unusable = R"x(: the image cache is unusable (mkdir <ROOT>/cache*: Not a directory)"})x";
+  aurimo.expectRun({
+      {R"({"event":"savePhoto","file":")" + aurimo.path("fifo") + R"("})", R"({"error":"savePhoto: <ROOT>/fifo is not a regular file"})"},
+      {write("/dev/zero"), R"({"error":"imageCacheWrite: /dev/zero is not a regular file"})"},
+      {write(aurimo.path("big")), R"({"error":"imageCacheWrite: <ROOT>/big is larger than 64 MiB"})"},
+      {write(aurimo.path("none")), R"({"error":"imageCacheWrite: open <ROOT>/none: No such file or directory"})"},
+      {R"({"event":"imageCacheWrite","key":"k","base64":"aGk="})", R"({"error":"imageCacheWrite)" + unusable},
+      {R"({"event":"imageCacheRead","key":"image/1"})", R"({"error":"imageCacheRead)" + unusable},
+      {R"({"event":"flags"})", R"({"event":"flags",*)"},
+  });
 }
 
 // The photo session starts on the first photo event, so a link or an image

@@ -39,6 +39,8 @@ TEST(NotificationCommandTest, EventsAnswerWithTheirBroadcastsAndThePendingReques
       {R"({"event":"notificationSystem","status":"Authorized"})", R"({"error":"notificationSystem: \"status\" must be notDetermined, denied, authorized, provisional or ephemeral"})"},
       {R"({"event":"notificationSystem","answer":"yes"})", R"({"error":"notificationSystem: \"answer\" must be true or false"})"},
       {R"({"event":"trialReminder","start":"2099-02-29T00:00:00Z","end":"2099-03-17T20:30:00Z"})", R"({"error":"trialReminder: \"start\" is not an ISO 8601 date and time"})"},
+      // A regression: the offset once wrapped this end to 1677 and the reminder silently vanished.
+      {R"({"event":"trialReminder","start":"2099-01-10T12:00:00Z","end":"2262-04-11T23:47:15-23:59"})", R"({"error":"trialReminder: \"end\" is out of range: dates run from 1677-09-21T00:12:45Z to 2262-04-11T23:47:15Z"})"},
       {R"({"event":"notificationTap"})", R"({"error":"notificationTap: \"category\" is missing"})"},
   }, run);
   EXPECT_EQ(aurimo({"notifications", "ls", "--data-dir", aurimo.path("data")}).out, kDiscount + "\n" + kTrial + "\n");

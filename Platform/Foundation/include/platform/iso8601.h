@@ -19,4 +19,11 @@ namespace aurimo::platform {
 // not exist (February 30th, 24:00), or lies outside the range of Date.
 std::optional<Date> parseIso8601(std::string_view text, const Calendar& calendar);
 
+enum class Iso8601Problem {
+  malformed,   // not such a date, or a day or time that does not exist
+  outOfRange,  // a real date and time, but before or after what Date holds (1677 to 2262)
+};
+// The same, saying in `problem` (when given) why the result is nullopt.
+std::optional<Date> parseIso8601(std::string_view text, const Calendar& calendar, Iso8601Problem* problem);
+
 }  // namespace aurimo::platform

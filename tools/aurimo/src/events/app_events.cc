@@ -22,6 +22,7 @@
 #include "platform/file_manager.h"
 #include "platform/notification_center.h"
 #include "platform/un_user_notification_center.h"
+#include "platform/user_defaults.h"
 #include "settings_store_kit/app_settings_storage.h"
 #include "support/app_session.h"
 #include "support/notification_json.h"
@@ -128,7 +129,17 @@ void AppEvents::registerEvents(EventHost& host) {
   host.on("settings", [this](const nlohmann::json& event) -> EventHost::Answer {
     app_->context();
     if (event.contains("set")) applySettings(event["set"]);
-    return [](Json& out) { out["settings"] = settingsJson(); };
+    // The settings shown are the ones the app now uses; "error" says the file lacks them.
+    platform::UserDefaults& defaults = platform::UserDefaults::standard();
+    std::optional<std::string> unsaved;
+    if (!defaults.synchronize()) {
+      unsaved = "settings: the settings could not be saved to " + defaults.file().value_or("memory").string() +
+                " (why is on stderr); they hold until the app quits";
+    }
+    return [unsaved](Json& out) {
+      out["settings"] = settingsJson();
+      if (unsaved) out["error"] = *unsaved;
+    };
   });
 
   host.on("remoteConfig", [this](const nlohmann::json& event) -> EventHost::Answer {

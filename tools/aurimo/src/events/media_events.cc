@@ -10,12 +10,14 @@
 // access and answers with the resulting status. The host's photo library
 // never asks on the terminal, since events may be arriving on stdin.
 
+#include <cerrno>
 #include <filesystem>
 #include <future>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -26,6 +28,7 @@
 #include "platform/file_manager.h"
 #include "platform/ph_photo_library.h"
 #include "support/app_session.h"
+#include "support/input_file.h"
 
 namespace aurimo::tool {
 namespace {
@@ -56,16 +59,29 @@ platform::Data requiredBytes(const nlohmann::json& event) {
   const std::optional<std::string> file = optionalString(event, "file");
   const std::optional<std::string> base64 = optionalString(event, "base64");
   if (file.has_value() == base64.has_value()) throw EventError(name + ": give one of \"file\" and \"base64\"");
-  if (base64) {
-    std::optional<platform::Data> bytes = platform::base64Decode(*base64);
-    if (!bytes) throw EventError(name + ": \"base64\" is not valid base64");
-    return std::move(*bytes);
-  }
+  if (!base64) return readInputFile(*file, kInputFileLimit, name);
+  std::optional<platform::Data> bytes = platform::base64Decode(*base64);
+  if (!bytes) throw EventError(name + ": \"base64\" is not valid base64");
+  if (bytes->size() > kInputFileLimit) throw EventError(name + ": \"base64\" holds more than 64 MiB");
+  return std::move(*bytes);
+}
+
+// The image cache serving `key`, once its folder is known to be usable. The
+// library cannot run without its storages and treats one it cannot create
+// as fatal; here the caches folder comes from outside, so the event is
+// refused instead and the run goes on. Checked on every event, with the
+// calls the storage makes, since the folder can break mid-run.
+CacheHelper& usableImageCache(AppSession& app, const std::string& event, std::string_view key) {
+  platform::FileManager& files = platform::FileManager::defaultManager();
   try {
-    return platform::FileManager::defaultManager().contentsOfFile(*file).data;
+    const std::string folder = files.cachesDirectory() + "/" + std::string(CacheHelper::storageName(key));
+    if (!files.fileExists(folder)) files.createDirectory(folder, true);
+    std::error_code ignored;
+    if (!fs::is_directory(folder, ignored)) platform::throwFileError("mkdir", folder, ENOTDIR);
   } catch (const std::filesystem::filesystem_error& error) {
-    throw EventError(name + ": " + platform::fileErrorMessage(error));
+    throw EventError(event + ": the image cache is unusable (" + platform::fileErrorMessage(error) + ")");
   }
+  return app.imageCache();
 }
 
 std::set<fs::path> filesIn(const fs::path& directory) {
@@ -127,25 +143,34 @@ void MediaEvents::registerEvents(EventHost& host) {
     const std::size_t size = bytes.size();
     platform::PHPhotoLibrary& library = platform::PHPhotoLibrary::shared();
     const std::set<fs::path> before = filesIn(library.assetsDirectory());
-    photos.savePhotoData(std::move(bytes));
+    std::optional<platform::PHPhotosError> failure;  // written on the change queue, read after sync
+    photos.savePhotoData(std::move(bytes), [&failure](bool, std::optional<platform::PHPhotosError> error) {
+      failure = std::move(error);
+    });
     library.changeQueue().sync([] {});
+    // A refusal is no failure: "photo":null says it. A disk that failed is.
+    using Code = platform::PHPhotosError::Code;
+    if (failure && (failure->code == Code::accessUserDenied || failure->code == Code::accessRestricted)) {
+      failure.reset();
+    }
 
     // The save reports nothing, so the new photo is whatever file appeared.
     std::optional<fs::path> saved;
     for (const fs::path& file : filesIn(library.assetsDirectory())) {
       if (!before.contains(file)) saved = file;
     }
-    return [size, saved](nlohmann::ordered_json& out) {
+    return [size, saved, failure](nlohmann::ordered_json& out) {
       out["bytes"] = size;
       out["photo"] = orNull(saved);
+      if (failure) out["error"] = "savePhoto: the photo could not be saved (" + failure->message + ")";
     };
   });
 
   host.on("imageCacheWrite", [this](const nlohmann::json& event) {
     app_->context();
-    CacheHelper& cache = app_->imageCache();
     const std::string key = requiredString(event, "key");
     const platform::Data bytes = requiredBytes(event);
+    CacheHelper& cache = usableImageCache(*app_, "imageCacheWrite", key);
     cache.write(bytes, key);
     // The write's outcome is not reported; a read queued behind it waits it out.
     (void)readAndWait(cache, key);
@@ -164,7 +189,7 @@ void MediaEvents::registerEvents(EventHost& host) {
   host.on("imageCacheRead", [this](const nlohmann::json& event) {
     app_->context();
     const std::string key = requiredString(event, "key");
-    const std::optional<platform::Data> data = readAndWait(app_->imageCache(), key);
+    const std::optional<platform::Data> data = readAndWait(usableImageCache(*app_, "imageCacheRead", key), key);
     return [key, bytes = data ? std::optional<std::size_t>(data->size()) : std::nullopt](nlohmann::ordered_json& out) {
       out["key"] = key;
       out["storage"] = std::string(CacheHelper::storageName(key));

@@ -12,6 +12,7 @@
 // broadcast, unless a launch event reported it.
 
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -50,9 +51,14 @@ std::optional<UNAuthorizationStatus> statusNamed(const std::string& name) {
 
 platform::Date requiredDate(const nlohmann::json& event, const char* field) {
   const std::string text = requiredString(event, field);
-  std::optional<platform::Date> date = platform::parseIso8601(text, platform::Calendar::current());
-  if (!date) throw EventError(event["event"].get<std::string>() + ": \"" + field + "\" is not an ISO 8601 date and time");
-  return *date;
+  platform::Iso8601Problem problem{};
+  std::optional<platform::Date> date = platform::parseIso8601(text, platform::Calendar::current(), &problem);
+  if (date) return *date;
+  const std::string name = event["event"].get<std::string>() + ": \"" + field + "\" ";
+  if (problem == platform::Iso8601Problem::outOfRange) {
+    throw EventError(name + "is out of range: dates run from 1677-09-21T00:12:45Z to 2262-04-11T23:47:15Z");
+  }
+  throw EventError(name + "is not an ISO 8601 date and time");
 }
 
 class NotificationEvents final : public EventModule {
@@ -62,6 +68,8 @@ class NotificationEvents final : public EventModule {
 
  private:
   const std::shared_ptr<AppSession> app_;
+  // What the event's work could not keep on disk, for its answer's "error".
+  std::optional<std::string> unsaved_;
 };
 
 void NotificationEvents::registerEvents(EventHost& host) {
@@ -74,10 +82,13 @@ void NotificationEvents::registerEvents(EventHost& host) {
       const std::size_t calls = app_->calls().count();
       work(context, event);
       const bool withCalls = event["event"] == "foreground";
-      return [app = app_, mark, calls, withCalls](nlohmann::ordered_json& out) {
+      return [app = app_, mark, calls, withCalls,
+              unsaved = std::exchange(unsaved_, std::nullopt)](nlohmann::ordered_json& out) {
         out["broadcasts"] = app->broadcastsSince(mark);
         out["pending"] = pendingRequestsJson(pendingRequests(platform::UNUserNotificationCenter::current()));
         if (withCalls) out["calls"] = app->calls().since(calls);
+        // Pending lists what the app holds; this says what the disk did not keep.
+        if (unsaved) out["error"] = *unsaved;
       };
     });
   };
@@ -126,10 +137,15 @@ void NotificationEvents::registerEvents(EventHost& host) {
     platform::UNUserNotificationCenter::current().openNotification(response, nullptr);
   });
 
-  on("trialReminder", [](AppContext& context, const nlohmann::json& event) {
+  on("trialReminder", [this](AppContext& context, const nlohmann::json& event) {
     const platform::Date start = requiredDate(event, "start");
     const platform::Date end = requiredDate(event, "end");
-    context.localUserNotificationScheduler()->scheduleTrialExpirationReminder(start, end);
+    std::promise<std::optional<platform::UNError>> filed;
+    context.localUserNotificationScheduler()->scheduleTrialExpirationReminder(
+        start, end, [&filed](std::optional<platform::UNError> error) { filed.set_value(std::move(error)); });
+    if (std::optional<platform::UNError> error = filed.get_future().get()) {
+      unsaved_ = "trialReminder: the reminder could not be saved (" + error->message + ")";
+    }
   });
 }
 

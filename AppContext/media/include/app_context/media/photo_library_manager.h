@@ -41,6 +41,9 @@ class PhotoLibraryManager {
   // Saves a copy of `data`, unchanged, as a new photo; returns at once and reports
   // nothing. It does not check the permission: a refused save just adds nothing.
   void savePhotoData(platform::Data data) const;
+  // The same, then `completion` once on the photo library's change queue: success,
+  // or why nothing was added (a refusal, or a disk that failed).
+  void savePhotoData(platform::Data data, platform::PHPhotoLibrary::CompletionHandler completion) const;
 
  private:
   std::shared_ptr<platform::PHPhotoLibrary> library_;

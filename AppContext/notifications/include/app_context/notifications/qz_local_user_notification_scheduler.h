@@ -17,12 +17,14 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "platform/clock.h"
 #include "platform/notification_center.h"
 #include "platform/services.h"
+#include "platform/un_user_notification_center.h"
 
 namespace aurimo {
 
@@ -52,6 +54,11 @@ class QzLocalUserNotificationScheduler : public std::enable_shared_from_this<QzL
   // 10:00:00 when that is not between 10:00 and 20:59 local time. A time that is
   // not in the future files nothing.
   void scheduleTrialExpirationReminder(platform::Date trialStartDate, platform::Date trialEndDate);
+  // The same, then `completionHandler` once on the default global queue: the
+  // centre's error when the reminder could not be filed or kept, else nullopt
+  // (also when nothing was due).
+  void scheduleTrialExpirationReminder(platform::Date trialStartDate, platform::Date trialEndDate,
+                                       std::function<void(std::optional<platform::UNError>)> completionHandler);
 
   // Installed by the app; it must file its reminder with category "DiscountReminder".
   ScheduleDiscount scheduleDiscount() const;
