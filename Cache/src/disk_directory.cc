@@ -156,7 +156,8 @@ void DiskDirectory::removeExpired(const OnRemove& onRemove) {
         }
         if (const auto& size = entry.attributes.totalFileAllocatedSize) {
           totalSize += *size;
-          kept.push_back(KeptFile{entry.path, date, *size});
+          // Only a size limit picks files to evict; without one, copying every path is waste.
+          if (config_.maxSize != 0) kept.push_back(KeptFile{entry.path, date, *size});
         }
       });
   if (!enumerated) throw DiskStorageError(DiskStorageError::fileEnumeratorFailed);
