@@ -288,8 +288,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
 };
 
 // The side-by-side workload: `count` writes of new 4 KiB values, then `gets`
-// reads cycling over the first 100 keys.
-int sideBySide(const std::string& parent, int count, int gets) {
+// reads cycling over the first `hotKeys` keys.
+int sideBySide(const std::string& parent, int count, int gets, int hotKeys) {
   Storage storage = makeStorage(parent);
   const platform::Data value(kValueSize, 7);
   const auto names = keys(count, "key-");
@@ -297,7 +297,7 @@ int sideBySide(const std::string& parent, int count, int gets) {
   auto start = Clock::now();
   for (const auto& name : names) storage.setObject(value, name);
   const double setSeconds = std::chrono::duration<double>(Clock::now() - start).count();
-  const int hot = std::min(count, 100);
+  const int hot = std::max(1, std::min(count, hotKeys));
   start = Clock::now();
   std::size_t bytes = 0;
   for (int i = 0; i < gets; ++i) bytes += storage.object(names[static_cast<std::size_t>(i % hot)]).size();
@@ -314,8 +314,8 @@ int sideBySide(const std::string& parent, int count, int gets) {
 
 int main(int argc, char** argv) {
   using namespace aurimo;
-  if (argc == 5 && std::strcmp(argv[1], "--side-by-side") == 0) {
-    return sideBySide(argv[2], std::atoi(argv[3]), std::atoi(argv[4]));
+  if ((argc == 5 || argc == 6) && std::strcmp(argv[1], "--side-by-side") == 0) {
+    return sideBySide(argv[2], std::atoi(argv[3]), std::atoi(argv[4]), argc == 6 ? std::atoi(argv[5]) : 100);
   }
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter;
