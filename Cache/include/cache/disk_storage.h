@@ -85,7 +85,11 @@ class DiskStorage final : public StorageAware<Key, Value> {
   }
 
   // Removes the directory with everything in it and creates it again; no onRemove calls.
-  void removeAll() override { directory_.removeAll(); }
+  void removeAll() override {
+    directory_.removeAll();
+    // Reads go through the folder held open; make it the new one, so no read sees the old folder's files.
+    directory_.refresh();
+  }
 
   // Removes expired files (they do not count towards the size), then, while
   // the remaining allocated size exceeds maxSize, files from the latest

@@ -56,6 +56,8 @@ class DiskDirectory {
   // Reads the file `name` through the folder held open, following the folder
   // when it was replaced since; a missing file throws as read() does.
   platform::FileContents readName(const std::string& name);
+  // Points the folder held open at the one now at the path.
+  void refresh() { (void)fileManager_->refreshDirectory(*handle_); }
   // readName(fileNameForText(key)) without allocating the name.
   platform::FileContents readForText(std::string_view key);
   void remove(const std::string& filePath, const OnRemove& onRemove);
