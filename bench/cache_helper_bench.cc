@@ -84,8 +84,11 @@ void readAll(Store& storage, const std::vector<std::string>& names) {
   platform::DispatchGroup group;
   for (const std::string& name : names) {
     group.enter();
-    storage.async().object(name, [&group](cache::Result<platform::Data> result) {
-      if (!result.isValue() || result.get().size() != kValueSize) die("Storage missed");
+    // What CacheHelper::read does: the entry, its bytes moved out.
+    storage.async().entry(name, [&group](cache::Result<cache::Entry<platform::Data>> result) {
+      if (!result.isValue()) die("Storage missed");
+      const platform::Data data = std::move(result).get().object;
+      if (data.size() != kValueSize) die("Storage missed");
       group.leave();
     });
   }
@@ -126,6 +129,7 @@ void pairedReads(benchmark::State& state, bool fromDisk) {
   state.counters["storage_us_per_read"] = fastestStorage / kKeys * 1e6;
   state.counters["helper_us_per_read"] = fastestHelper / kKeys * 1e6;
   state.counters["ratio"] = fastestHelper / fastestStorage;
+  state.counters["goal"] = 1.1;
 }
 
 void BM_MemoryRead(benchmark::State& state) { pairedReads(state, false); }

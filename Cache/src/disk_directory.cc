@@ -1,6 +1,7 @@
 #include "cache/internal/disk_directory.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <optional>
 #include <random>
@@ -148,6 +149,24 @@ platform::FileContents DiskDirectory::read(const std::string& filePath) {
   return fileManager_->contentsOfFile(filePath);
 }
 
+platform::FileContents DiskDirectory::readName(const std::string& name) {
+  try {
+    return fileManager_->contentsOfFile(*handle_, name);
+  } catch (const platform::FileError& error) {
+    // The folder may have been replaced since it was opened (removeAll, here or in another process).
+    if (error.code().value() != ENOENT || !fileManager_->refreshDirectory(*handle_)) throw;
+  }
+  return fileManager_->contentsOfFile(*handle_, name);
+}
+
+platform::FileContents DiskDirectory::readForText(std::string_view key) {
+  // Reused, so a read allocates nothing for the name.
+  thread_local std::string name;
+  name.clear();
+  appendFileNameForText(name, key);
+  return readName(name);
+}
+
 void DiskDirectory::remove(const std::string& filePath, const OnRemove& onRemove) {
   fileManager_->removeItem(filePath);
   if (onRemove) onRemove(filePath);
@@ -204,7 +223,8 @@ void DiskDirectory::removeExpired(const OnRemove& onRemove) {
         }
         if (const auto& size = entry.attributes.totalFileAllocatedSize) {
           totalSize += *size;
-          kept.push_back(KeptFile{entry.path, date, *size});
+          // Only a size limit picks files to evict; without one, copying every path is waste.
+          if (config_.maxSize != 0) kept.push_back(KeptFile{entry.path, date, *size});
         }
       });
   if (!enumerated) {

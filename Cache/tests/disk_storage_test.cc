@@ -209,6 +209,27 @@ TEST_F(DiskStorageTest, ExpiriesPast2262ReadAsTheLatestDateAndAreNotSwept) {
   EXPECT_TRUE(removed_.empty()) << "not read back as 1901 and swept";
 }
 
+TEST_F(DiskStorageTest, ReadsThroughTheOpenFolderFollowTheFolderWhenItIsReplaced) {
+  // The real manager: only it keeps the folder open.
+  Disk storage(diskConfig(), platform::FileManager::defaultManager(), TransformerFactory::forData());
+  storage.setObject(bytes(3, 'a'), "k.png");
+  EXPECT_EQ(storage.object("k.png"), bytes(3, 'a'));
+  fs::remove_all(cachePath());  // as another process clearing the cache does
+  EXPECT_EQ(failureOf([&] { storage.object("k.png"); }), "ENOENT");
+  fs::create_directory(cachePath());
+  storage.setObject(bytes(4, 'b'), "k.png");
+  EXPECT_EQ(storage.object("k.png"), bytes(4, 'b'));
+  fs::rename(cachePath(), cachePath() + ".aside");
+  fs::create_directory(cachePath());
+  storage.setObject(bytes(5, 'c'), "k.png");
+  storage.removeAll();
+  EXPECT_EQ(failureOf([&] { storage.object("k.png"); }), "ENOENT");
+  storage.setObject(bytes(6, 'd'), "k.png");
+  const Entry<Data> entry = storage.entry("k.png");
+  EXPECT_EQ(entry.object, bytes(6, 'd'));
+  EXPECT_EQ(entry.filePath, storage.filePath("k.png"));
+}
+
 TEST_F(DiskStorageTest, DefaultParentIsTheCachesDirectory) {
   const std::string root = folder_.path().string();
   platform::ScopedReplacement pin(platform::Directories::slot(), std::make_shared<platform::Directories>(

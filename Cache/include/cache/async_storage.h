@@ -41,6 +41,12 @@ class AsyncStorage final : public std::enable_shared_from_this<AsyncStorage<Key,
  public:
   template <class T>
   using Completion = std::function<void(Result<T>)>;
+  // Any callable a Completion<T> could hold. The operations take one as it
+  // is, so it rides inside the queued block: one allocation per operation.
+  template <class F, class T>
+  static constexpr bool isCompletion = std::is_invocable_v<std::decay_t<F>&, Result<T>> &&
+                                       std::is_constructible_v<std::decay_t<F>, F> &&
+                                       std::is_move_constructible_v<std::decay_t<F>>;
 
   static std::shared_ptr<AsyncStorage> create(std::shared_ptr<HybridStorage<Key, Value>> storage,
                                               std::shared_ptr<platform::DispatchQueue> serialQueue) {
@@ -58,14 +64,26 @@ class AsyncStorage final : public std::enable_shared_from_this<AsyncStorage<Key,
   AsyncStorage(const AsyncStorage&) = delete;
   AsyncStorage& operator=(const AsyncStorage&) = delete;
 
-  void entry(const Key& key, Completion<Entry<Value>> completion) {
-    submit(std::move(completion), [key](HybridStorage<Key, Value>& storage) { return storage.entry(key); });
+  void entry(const Key& key, Completion<Entry<Value>> completion) { entry<Completion<Entry<Value>>>(key, std::move(completion)); }
+  template <class F>
+    requires isCompletion<F, Entry<Value>>
+  void entry(const Key& key, F&& completion) {
+    submit<Entry<Value>>(std::forward<F>(completion),
+                         [key](HybridStorage<Key, Value>& storage) { return storage.entry(key); });
   }
 
-  void object(const Key& key, Completion<Value> completion) {
+  void object(const Key& key, Completion<Value> completion) { object<Completion<Value>>(key, std::move(completion)); }
+  template <class F>
+    requires isCompletion<F, Value>
+  void object(const Key& key, F&& completion) {
     requireCompletion(completion);
-    entry(key, [completion = std::move(completion)](Result<Entry<Value>> result) {
-      completion(result.map([](const Entry<Value>& entry) { return entry.object; }));
+    // The entry is the block's own, so its object moves out rather than being copied.
+    entry(key, [completion = std::forward<F>(completion)](Result<Entry<Value>> result) mutable {
+      if (result.isError()) {
+        completion(Result<Value>::error(result.error()));
+      } else {
+        completion(Result<Value>::value(std::move(result).get().object));
+      }
     });
   }
 
@@ -73,30 +91,58 @@ class AsyncStorage final : public std::enable_shared_from_this<AsyncStorage<Key,
   // rather than answered with false.
   void existsObject(const Key& key, Completion<bool> completion) {
     requireCompletion(completion);
-    object(key, [completion = std::move(completion)](Result<Value> result) {
-      completion(result.map([](const Value&) { return true; }));
+    entry(key, [completion = std::move(completion)](Result<Entry<Value>> result) {
+      completion(result.map([](const Entry<Value>&) { return true; }));
     });
   }
 
   void removeObject(const Key& key, Completion<void> completion) {
-    submit(std::move(completion), [key](HybridStorage<Key, Value>& storage) { storage.removeObject(key); });
+    submit<void>(std::move(completion), [key](HybridStorage<Key, Value>& storage) { storage.removeObject(key); });
   }
 
   void setObject(const Value& object, const Key& key, std::optional<Expiry> expiry, Completion<void> completion) {
-    submit(std::move(completion),
-           [object, key, expiry](HybridStorage<Key, Value>& storage) { storage.setObject(object, key, expiry); });
+    setObject<Completion<void>>(Value(object), Key(key), expiry, std::move(completion));
   }
   // With the configured expiries.
   void setObject(const Value& object, const Key& key, Completion<void> completion) {
     setObject(object, key, std::nullopt, std::move(completion));
   }
+  template <class F>
+    requires isCompletion<F, void>
+  void setObject(const Value& object, const Key& key, F&& completion) {
+    setObject(Value(object), Key(key), std::nullopt, std::forward<F>(completion));
+  }
+  template <class F>
+    requires isCompletion<F, void>
+  void setObject(Value&& object, const Key& key, F&& completion) {
+    setObject(std::move(object), Key(key), std::nullopt, std::forward<F>(completion));
+  }
+  // The object and key move into the queued block.
+  template <class F>
+    requires isCompletion<F, void>
+  void setObject(Value&& object, Key&& key, std::optional<Expiry> expiry, F&& completion) {
+    submit<void>(std::forward<F>(completion),
+                 [object = std::move(object), key = std::move(key), expiry](HybridStorage<Key, Value>& storage) {
+                   storage.setObject(object, key, expiry);
+                 });
+  }
+  template <class F>
+    requires isCompletion<F, void>
+  void setObject(const Value& object, const Key& key, std::optional<Expiry> expiry, F&& completion) {
+    setObject(Value(object), Key(key), expiry, std::forward<F>(completion));
+  }
+  template <class F>
+    requires isCompletion<F, void>
+  void setObject(Value&& object, const Key& key, std::optional<Expiry> expiry, F&& completion) {
+    setObject(std::move(object), Key(key), expiry, std::forward<F>(completion));
+  }
 
   void removeAll(Completion<void> completion) {
-    submit(std::move(completion), [](HybridStorage<Key, Value>& storage) { storage.removeAll(); });
+    submit<void>(std::move(completion), [](HybridStorage<Key, Value>& storage) { storage.removeAll(); });
   }
 
   void removeExpiredObjects(Completion<void> completion) {
-    submit(std::move(completion), [](HybridStorage<Key, Value>& storage) { storage.removeExpiredObjects(); });
+    submit<void>(std::move(completion), [](HybridStorage<Key, Value>& storage) { storage.removeExpiredObjects(); });
   }
 
   // A storage of another value type over the same directory, on the same queue.
@@ -111,7 +157,9 @@ class AsyncStorage final : public std::enable_shared_from_this<AsyncStorage<Key,
  private:
   template <class F>
   static void requireCompletion(const F& completion) {
-    if (!completion) {
+    bool empty = false;
+    if constexpr (std::is_constructible_v<bool, const F&>) empty = !static_cast<bool>(completion);
+    if (empty) {
       std::fprintf(stderr, "cache::AsyncStorage: a completion handler is required\n");
       std::abort();
     }
@@ -120,11 +168,11 @@ class AsyncStorage final : public std::enable_shared_from_this<AsyncStorage<Key,
   // Runs `operation` on the queue and hands its outcome to `completion`
   // there. The block keeps only a weak reference, so queued work does not
   // keep a released storage alive.
-  template <class T, class Operation>
-  void submit(Completion<T> completion, Operation operation) {
+  template <class T, class F, class Operation>
+  void submit(F&& completion, Operation operation) {
     requireCompletion(completion);
-    serialQueue_->async([weak = this->weak_from_this(), completion = std::move(completion),
-                         operation = std::move(operation)] {
+    serialQueue_->async([weak = this->weak_from_this(), completion = std::forward<F>(completion),
+                         operation = std::move(operation)]() mutable {
       std::optional<Result<T>> result;
       if (const auto self = weak.lock()) {
         try {

@@ -57,13 +57,22 @@ class DiskStorage final : public StorageAware<Key, Value> {
   // Reads the file, then its attributes; a missing file throws the platform's
   // not-found error, a file without a modification date malformedFileAttributes.
   Entry<Value> entry(const Key& key) override {
-    std::string path = filePath(key);
-    platform::FileContents contents = directory_.read(path);
-    Value object = transformer_.fromData(contents.data);
+    Entry<Value> entry = entryWithoutPath(key);
+    entry.filePath = filePath(key);
+    return entry;
+  }
+
+  // entry() with no file path, for readers that never look at it: a read
+  // then builds no path string, only the file's name.
+  Entry<Value> entryWithoutPath(const Key& key) {
+    platform::FileContents contents = readFile(key);
     const auto& date = contents.attributes.modificationDate;
     if (!date) throw StorageError(StorageError::malformedFileAttributes);
-    return Entry<Value>{std::move(object), Expiry::date(*date), std::move(path)};
+    const Expiry expiry = Expiry::date(*date);
+    return Entry<Value>{transformer_.fromData(std::move(contents.data)), expiry, std::nullopt};
   }
+
+  Value object(const Key& key) override { return std::move(entryWithoutPath(key).object); }
 
   // A missing file throws.
   void removeObject(const Key& key) override { directory_.remove(filePath(key), onRemove); }
@@ -76,7 +85,11 @@ class DiskStorage final : public StorageAware<Key, Value> {
   }
 
   // Removes the directory with everything in it and creates it again; no onRemove calls.
-  void removeAll() override { directory_.removeAll(); }
+  void removeAll() override {
+    directory_.removeAll();
+    // Reads go through the folder held open; make it the new one, so no read sees the old folder's files.
+    directory_.refresh();
+  }
 
   // Removes expired files (they do not count towards the size), then, while
   // the remaining allocated size exceeds maxSize, files from the latest
@@ -118,6 +131,14 @@ class DiskStorage final : public StorageAware<Key, Value> {
   platform::FileManager& fileManager() const { return directory_.fileManager(); }
 
  private:
+  platform::FileContents readFile(const Key& key) {
+    if constexpr (std::is_convertible_v<const Key&, std::string_view>) {
+      return directory_.readForText(std::string_view(key));
+    } else {
+      return directory_.readName(fileName(key));
+    }
+  }
+
   internal::DiskDirectory directory_;
   Transformer<Value> transformer_;
 };

@@ -80,6 +80,14 @@ class HybridStorage final : public StorageAware<Key, Value>,
     return entry;
   }
 
+  // entry(key).object; a disk read builds no file path for it.
+  Value object(const Key& key) override {
+    if (auto held = memoryStorage_.entryIfPresent(key)) return std::move(held->object);
+    Entry<Value> entry = diskStorage_.entryWithoutPath(key);
+    memoryStorage_.setObject(entry.object, key, entry.expiry);
+    return std::move(entry.object);
+  }
+
   // When disk fails the memory copy stays and nobody is told.
   void setObject(const Value& object, const Key& key, std::optional<Expiry> expiry = std::nullopt) override {
     std::optional<KeyChange<Value>> change;

@@ -160,7 +160,9 @@ void QueueCore::releaseOwnership() {
 }
 
 void QueueCore::drain() {
-  // Yield the worker now and then so one busy queue cannot starve the others.
+  // Every so often, hand the worker over if other work waits for one, so one
+  // busy queue cannot starve the others; with none waiting, keep draining:
+  // handing over would only wake another thread for this same queue.
   constexpr int kBatch = 32;
   ScopedQueueFrame frame(this);
   for (int ran = 0;;) {
@@ -186,8 +188,11 @@ void QueueCore::drain() {
     item.block = nullptr;  // the block's captures die on the queue, as its code expects
     Activity::shared().blockFinished();
     if (++ran == kBatch) {
-      WorkerPool::shared().submit(qos_, shared_from_this(), {});
-      return;
+      ran = 0;
+      if (WorkerPool::shared().hasWaitingJobs()) {
+        WorkerPool::shared().submit(qos_, shared_from_this(), {});
+        return;
+      }
     }
   }
 }

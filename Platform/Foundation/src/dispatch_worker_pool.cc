@@ -62,6 +62,11 @@ void WorkerPool::submit(QualityOfService qos, std::shared_ptr<QueueCore> queue, 
   if (wakeMonitor) monitorWake_.notify_one();
 }
 
+bool WorkerPool::hasWaitingJobs() {
+  std::lock_guard lock(mutex_);
+  return pending_ > idle_;
+}
+
 void WorkerPool::willBlock() {
   std::lock_guard lock(mutex_);
   ++blocked_;

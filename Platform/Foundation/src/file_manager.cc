@@ -160,6 +160,10 @@ WritableFile::~WritableFile() {
 
 int WritableFile::release() { return std::exchange(descriptor_, -1); }
 
+DirectoryHandle::~DirectoryHandle() {
+  if (const int descriptor = this->descriptor(); descriptor >= 0) ::close(descriptor);
+}
+
 Replaceable<FileManager>& FileManager::slot() {
   static Replaceable<FileManager> instance([] { return std::make_shared<PosixFileManager>(); });
   return instance;
@@ -265,18 +269,25 @@ void PosixFileManager::setPermissions(const std::string& path, unsigned mode) {
   if (::chmod(path.c_str(), static_cast<mode_t>(mode)) != 0) throwFileError("chmod", path, errno);
 }
 
-FileContents PosixFileManager::contentsOfFile(const std::string& path) {
-  // Cache files carry their expiry, a future date, as modification time, so
-  // relatime would write a new access time on every read; O_NOATIME avoids
-  // that for files we own and is refused (EPERM) for others.
-  int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOATIME);
-  if (descriptor < 0 && errno == EPERM) descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+namespace {
+
+// Cache files carry their expiry, a future date, as modification time, so
+// relatime would write a new access time on every read; O_NOATIME avoids
+// that for files we own and is refused (EPERM) for others.
+int openForReading(int directory, const char* path) {
+  const int descriptor = ::openat(directory, path, O_RDONLY | O_CLOEXEC | O_NOATIME);
+  if (descriptor >= 0 || errno != EPERM) return descriptor;
+  return ::openat(directory, path, O_RDONLY | O_CLOEXEC);
+}
+
+// Reads all of an open file; `path` names it in errors and is only called then.
+template <class PathOf>
+FileContents readOpenFile(int descriptor, const PathOf& path) {
   const Descriptor file(descriptor);
-  if (file.get() < 0) throwFileError("open", path, errno);
   struct stat status;
-  if (::fstat(file.get(), &status) != 0) throwFileError("fstat", path, errno);
+  if (::fstat(file.get(), &status) != 0) throwFileError("fstat", path(), errno);
   // A folder's size says nothing about what read() would give.
-  if (S_ISDIR(status.st_mode)) throwFileError("read", path, EISDIR);
+  if (S_ISDIR(status.st_mode)) throwFileError("read", path(), EISDIR);
   FileContents contents;
   contents.data.resize(static_cast<std::size_t>(status.st_size));
   std::size_t done = 0;
@@ -286,7 +297,7 @@ FileContents PosixFileManager::contentsOfFile(const std::string& path) {
     const ssize_t count = ::read(file.get(), contents.data.data() + done, contents.data.size() - done);
     if (count < 0) {
       if (errno == EINTR) continue;
-      throwFileError("read", path, errno);
+      throwFileError("read", path(), errno);
     }
     if (count == 0) break;
     done += static_cast<std::size_t>(count);
@@ -294,6 +305,51 @@ FileContents PosixFileManager::contentsOfFile(const std::string& path) {
   contents.data.resize(done);
   contents.attributes = attributesFromStat(status);
   return contents;
+}
+
+}  // namespace
+
+FileContents PosixFileManager::contentsOfFile(const std::string& path) {
+  const int descriptor = openForReading(AT_FDCWD, path.c_str());
+  if (descriptor < 0) throwFileError("open", path, errno);
+  return readOpenFile(descriptor, [&]() -> const std::string& { return path; });
+}
+
+FileContents PosixFileManager::contentsOfFile(DirectoryHandle& directory, const std::string& name) {
+  int folder = directory.descriptor();
+  if (folder < 0) {
+    (void)refreshDirectory(directory);
+    folder = directory.descriptor();
+  }
+  // A name with a slash would leave the folder; the path form handles it as any path.
+  if (folder < 0 || name.find('/') != std::string::npos) return FileManager::contentsOfFile(directory, name);
+  const auto path = [&] { return directory.path() + "/" + name; };
+  const int descriptor = openForReading(folder, name.c_str());
+  if (descriptor < 0) throwFileError("open", path(), errno);
+  return readOpenFile(descriptor, path);
+}
+
+bool PosixFileManager::refreshDirectory(DirectoryHandle& directory) {
+  std::lock_guard lock(directory.mutex_);
+  struct stat status;
+  const int current = directory.descriptor_.load(std::memory_order_relaxed);
+  if (current >= 0 && ::stat(directory.path_.c_str(), &status) == 0 &&
+      static_cast<std::uint64_t>(status.st_dev) == directory.device_ &&
+      static_cast<std::uint64_t>(status.st_ino) == directory.inode_) {
+    return false;
+  }
+  const Descriptor opened(::open(directory.path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.get() < 0 || ::fstat(opened.get(), &status) != 0) return false;
+  if (current < 0) {
+    directory.descriptor_.store(::fcntl(opened.get(), F_DUPFD_CLOEXEC, 0), std::memory_order_release);
+    if (directory.descriptor() < 0) return false;
+  } else if (::dup3(opened.get(), current, O_CLOEXEC) < 0) {
+    // Readers keep the number; dup3 swaps what it refers to in one step.
+    return false;
+  }
+  directory.device_ = static_cast<std::uint64_t>(status.st_dev);
+  directory.inode_ = static_cast<std::uint64_t>(status.st_ino);
+  return true;
 }
 
 FileAttributes PosixFileManager::attributesOfItem(const std::string& path) {

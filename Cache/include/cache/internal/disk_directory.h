@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -27,7 +28,10 @@ class DiskDirectory {
   using OnRemove = std::function<void(const std::string& path)>;
 
   DiskDirectory(platform::FileManager& fileManager, DiskConfig config, std::string path)
-      : fileManager_(&fileManager), config_(std::move(config)), path_(std::move(path)) {}
+      : fileManager_(&fileManager),
+        config_(std::move(config)),
+        path_(std::move(path)),
+        handle_(std::make_shared<platform::DirectoryHandle>(path_)) {}
 
   // config.directory (or the caches directory) with config.name appended.
   static std::string resolvePath(platform::FileManager& fileManager, const DiskConfig& config);
@@ -49,6 +53,13 @@ class DiskDirectory {
   void create();
   void write(const std::string& filePath, const platform::Data& data, platform::Date expiryDate);
   platform::FileContents read(const std::string& filePath);
+  // Reads the file `name` through the folder held open, following the folder
+  // when it was replaced since; a missing file throws as read() does.
+  platform::FileContents readName(const std::string& name);
+  // Points the folder held open at the one now at the path.
+  void refresh() { (void)fileManager_->refreshDirectory(*handle_); }
+  // readName(fileNameForText(key)) without allocating the name.
+  platform::FileContents readForText(std::string_view key);
   void remove(const std::string& filePath, const OnRemove& onRemove);
   void removeAll();
   void removeExpired(const OnRemove& onRemove);
@@ -62,6 +73,8 @@ class DiskDirectory {
   platform::FileManager* fileManager_;  // not owned, never null
   DiskConfig config_;
   std::string path_;
+  // Shared by copies; reads through it are safe from any thread.
+  std::shared_ptr<platform::DirectoryHandle> handle_;
 };
 
 }  // namespace aurimo::cache::internal

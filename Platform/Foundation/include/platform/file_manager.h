@@ -13,9 +13,11 @@
 //   platform::FileManager& files = platform::FileManager::defaultManager();
 //   files.writeFileAtomically(dir + "/a", bytes, ".tmp-", expiryDate);
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -76,6 +78,30 @@ class WritableFile {
   std::string path_;
 };
 
+// A folder held open so that reads inside it skip resolving its path each
+// time. It follows the folder at its path: once that is replaced (removed and
+// created again, here or by another process), FileManager::refreshDirectory
+// points it at the new one. Safe to share between threads.
+class DirectoryHandle {
+ public:
+  explicit DirectoryHandle(std::string path) : path_(std::move(path)) {}
+  DirectoryHandle(const DirectoryHandle&) = delete;
+  DirectoryHandle& operator=(const DirectoryHandle&) = delete;
+  ~DirectoryHandle();
+
+  const std::string& path() const { return path_; }
+  // -1 until a file manager that keeps folders open opened it.
+  int descriptor() const { return descriptor_.load(std::memory_order_acquire); }
+
+ private:
+  friend class PosixFileManager;
+  const std::string path_;
+  std::atomic<int> descriptor_{-1};
+  std::mutex mutex_;          // serialises refreshes
+  std::uint64_t device_ = 0;  // of the open folder; guarded by mutex_
+  std::uint64_t inode_ = 0;   // guarded by mutex_
+};
+
 // What every file operation throws. It also keeps the bare operation name,
 // for messages in the form the tools print.
 class FileError : public std::filesystem::filesystem_error {
@@ -126,6 +152,17 @@ class FileManager {
   virtual FileContents contentsOfFile(const std::string& path) = 0;
   virtual FileAttributes attributesOfItem(const std::string& path) = 0;
   virtual void setModificationDate(const std::string& path, Date date) = 0;
+
+  // contentsOfFile(directory.path() + "/" + name); the real manager reads
+  // through the open folder instead. Wrappers need not override it: the
+  // default goes through contentsOfFile(path), so their faults apply.
+  virtual FileContents contentsOfFile(DirectoryHandle& directory, const std::string& name) {
+    return contentsOfFile(directory.path() + "/" + name);
+  }
+  // Points `directory` at the folder now at its path when that is not the
+  // one it holds (or it holds none); true when it changed. Callers try this
+  // after a file they expected was missing.
+  virtual bool refreshDirectory(DirectoryHandle& /*directory*/) { return false; }
 
   // Creates a new 0600 file in `directory` named `namePrefix` plus a random
   // suffix, opened for writing.
@@ -180,6 +217,8 @@ class PosixFileManager : public FileManager {
   void moveItem(const std::string& from, const std::string& to) override;
   void setPermissions(const std::string& path, unsigned mode) override;
   FileContents contentsOfFile(const std::string& path) override;
+  FileContents contentsOfFile(DirectoryHandle& directory, const std::string& name) override;
+  bool refreshDirectory(DirectoryHandle& directory) override;
   FileAttributes attributesOfItem(const std::string& path) override;
   void setModificationDate(const std::string& path, Date date) override;
   WritableFile createTemporaryFile(const std::string& directory, std::string_view namePrefix) override;

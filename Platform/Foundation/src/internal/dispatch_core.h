@@ -106,6 +106,8 @@ class WorkerPool {
 
   // An empty block means: drain `queue`.
   void submit(QualityOfService qos, std::shared_ptr<QueueCore> queue, std::function<void()> block);
+  // True when submitted work waits for a worker: a busy serial queue then hands its worker over.
+  bool hasWaitingJobs();
   // Brackets a wait that may stall a worker until other pool work runs.
   void willBlock();
   void didUnblock();
