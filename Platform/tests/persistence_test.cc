@@ -75,6 +75,9 @@ Opened openPhotoLibrary(FileManager& files, const fs::path& folder) {
           }};
 }
 
+// Nested 100,000 deep: a regression, it once overflowed the stack on every start.
+const std::string kDeep = std::string(100'000, '[') + std::string(100'000, ']');
+
 const struct Store {
   const char* name;
   const char* fileName;
@@ -82,13 +85,15 @@ const struct Store {
   Opened (*open)(FileManager& files, const fs::path& folder);
   std::vector<std::string> unusable;  // contents it must move aside
 } kStores[] = {
-    // Nested 100,000 deep: a regression, it once overflowed the stack on every start.
     {"user defaults", "user-defaults.json", false, openUserDefaults,
-     {"{\"a\": ", "[1, 2]", R"({"d": {"$base64": "%%%"}})", R"({"d": {"$base64": 7}})",
-      "{\"a\":" + std::string(100'000, '[') + std::string(100'000, ']') + "}"}},
+     {"{\"a\": ", "[1, 2]", R"({"d": {"$base64": "%%%"}})", R"({"d": {"$base64": 7}})", "{\"a\":" + kDeep + "}"}},
+    // A status of 1e300 once converted to int undefinedly.
     {"notification centre", "user_notifications.json", true, openNotificationCenter,
-     {"{\"authorizationStatus\": 2, \"pendingRequests\": [{", "[1, 2]"}},
-    {"photo library", "photo_library.json", true, openPhotoLibrary, {"{\"authorizationStatus\": ", "[1, 2]"}},
+     {"{\"authorizationStatus\": 2, \"pendingRequests\": [{", "[1, 2]",
+      R"({"authorizationStatus": 1e300, "pendingRequests": []})",
+      R"({"authorizationStatus": 2, "pendingRequests": [], "x": )" + kDeep + "}"}},
+    {"photo library", "photo_library.json", true, openPhotoLibrary,
+     {"{\"authorizationStatus\": ", "[1, 2]", R"({"authorizationStatus": {}, "x": )" + kDeep + "}"}},
 };
 
 long lines(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }

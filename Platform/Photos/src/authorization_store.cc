@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/bounded_json.h"
 #include "platform/state_file.h"
 
 namespace aurimo::platform::internal {
@@ -17,8 +18,9 @@ AuthorizationStore::AuthorizationStore(std::filesystem::path file, FileManager& 
     : file_(std::move(file)), files_(files) {
   loadStateFile(files_, file_, "photo library state", "every status undetermined",
                 [this](std::string_view text) -> std::string {
-                  nlohmann::json root = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
-                  if (!root.is_object()) return "not a JSON object";
+                  const std::optional<nlohmann::json> parsed = parseBoundedJson(text);
+                  if (!parsed || !parsed->is_object()) return "not a JSON object";
+                  const nlohmann::json& root = *parsed;
                   auto statuses = root.find("authorizationStatus");
                   if (statuses == root.end() || !statuses->is_object()) return {};
                   for (PHAccessLevel level : kLevels) {

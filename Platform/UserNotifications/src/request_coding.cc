@@ -1,13 +1,36 @@
 #include "request_coding.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
+#include <limits>
 #include <memory>
+#include <stdexcept>
+
+#include "platform/bounded_json.h"
 
 namespace aurimo::platform::internal {
 namespace {
 
 using nlohmann::json;
+
+// A hand-edited file's number must fit its field exactly: converting a
+// fraction or an integer beyond the field's range would be undefined.
+template <class Int>
+Int exactInteger(const json& value) {
+  if (!value.is_number_integer()) throw std::invalid_argument("not an integer");
+  if (value.is_number_unsigned()) {
+    if (value.get<std::uint64_t>() > static_cast<std::uint64_t>(std::numeric_limits<Int>::max())) {
+      throw std::out_of_range("integer out of range");
+    }
+    return static_cast<Int>(value.get<std::uint64_t>());
+  }
+  const auto signedValue = value.get<std::int64_t>();
+  if (signedValue < std::numeric_limits<Int>::min() || signedValue > std::numeric_limits<Int>::max()) {
+    throw std::out_of_range("integer out of range");
+  }
+  return static_cast<Int>(signedValue);
+}
 
 // Field names and members of DateComponents, in one table for both directions.
 struct IntField {
@@ -35,7 +58,7 @@ json encodeComponents(const DateComponents& components) {
 DateComponents decodeComponents(const json& in) {
   DateComponents components;
   for (const IntField& field : kFields) {
-    if (in.contains(field.name)) components.*field.member = in.at(field.name).get<int>();
+    if (in.contains(field.name)) components.*field.member = exactInteger<int>(in.at(field.name));
   }
   if (in.contains("timeZone")) components.timeZone = TimeZone::fromTZ(in.at("timeZone").get<std::string>());
   return components;
@@ -86,7 +109,7 @@ UNNotificationContent decodeContent(const json& in) {
   content.threadIdentifier = in.at("threadIdentifier").get<std::string>();
   content.userInfo = in.at("userInfo");
   if (!in.at("sound").is_null()) content.sound = UNNotificationSound{in.at("sound").at("name").get<std::string>()};
-  if (!in.at("badge").is_null()) content.badge = in.at("badge").get<int>();
+  if (!in.at("badge").is_null()) content.badge = exactInteger<int>(in.at("badge"));
   return content;
 }
 
@@ -120,19 +143,21 @@ json encodeState(UNAuthorizationStatus status, const std::vector<PendingRequest>
 
 bool decodeState(std::string_view text, UNAuthorizationStatus& status, std::vector<PendingRequest>& pending) {
   try {
-    const json in = json::parse(text);
-    const int raw = in.at("authorizationStatus").get<int>();
+    const std::optional<json> parsed = parseBoundedJson(text);
+    if (!parsed) return false;
+    const json& in = *parsed;
+    const int raw = exactInteger<int>(in.at("authorizationStatus"));
     if (raw < 0 || raw > static_cast<int>(UNAuthorizationStatus::ephemeral)) return false;
     status = static_cast<UNAuthorizationStatus>(raw);
     pending.clear();
     for (const json& item : in.at("pendingRequests")) {
       std::optional<Date> fireDate, nextDate;
-      if (!item.at("fireDate").is_null()) fireDate = Date(Date::duration(item.at("fireDate").get<Date::rep>()));
+      if (!item.at("fireDate").is_null()) fireDate = Date(Date::duration(exactInteger<Date::rep>(item.at("fireDate"))));
       UNNotificationRequest request(item.at("identifier").get<std::string>(), decodeContent(item.at("content")),
                                     decodeTrigger(item.at("trigger")));
       if (request.trigger() && request.trigger()->repeats()) {
         // Older files kept no date: such a request waits for its next match from now on.
-        nextDate = item.contains("nextDate") ? std::optional(Date(Date::duration(item.at("nextDate").get<Date::rep>())))
+        nextDate = item.contains("nextDate") ? std::optional(Date(Date::duration(exactInteger<Date::rep>(item.at("nextDate")))))
                                              : nextRepeat(request.trigger().get(), Clock::current().now());
       }
       pending.push_back({std::move(request), fireDate, nextDate});
