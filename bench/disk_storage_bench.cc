@@ -26,6 +26,8 @@
 #include "cache/transformer_factory.h"
 #include "platform/file_manager.h"
 
+#include "scratch_directory.h"
+
 namespace aurimo {
 namespace {
 
@@ -36,12 +38,8 @@ constexpr std::size_t kValueSize = 4096;
 constexpr int kKeys = 256;
 constexpr int kSweepFiles = 100'000;
 
-void check(bool ok, const char* what) {
-  if (!ok) {
-    std::perror(what);
-    std::abort();
-  }
-}
+using bench::check;
+using bench::ScratchDirectory;
 
 // Where writes and reads are measured: a RAM file system by default, so the
 // ratio shows our cost over the system calls rather than the disk's queue
@@ -51,21 +49,6 @@ fs::path syscallBase() {
   if (fs::is_directory("/dev/shm")) return "/dev/shm";
   return fs::temp_directory_path();
 }
-
-// A fresh directory, removed at the end of its scope.
-class ScratchDirectory {
- public:
-  explicit ScratchDirectory(const fs::path& base = fs::temp_directory_path()) {
-    std::string pattern = (base / "disk_storage_bench.XXXXXX").string();
-    check(::mkdtemp(pattern.data()) != nullptr, "mkdtemp");
-    path_ = pattern;
-  }
-  ~ScratchDirectory() { fs::remove_all(path_); }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
 
 Storage makeStorage(const std::string& parent, std::uint64_t maxSize = 0) {
   return Storage(cache::DiskConfig("Cache", cache::Expiry::never, maxSize, fs::path(parent), std::nullopt),
@@ -208,7 +191,7 @@ void BM_DiskGetVsFloor(benchmark::State& state) {
 
 // 100,000 unexpired files, shared so both sweeps walk the same tree.
 const std::string& sweepDirectory() {
-  static ScratchDirectory scratch;
+  static ScratchDirectory scratch(fs::temp_directory_path());
   static const std::string path = [] {
     Storage storage = makeStorage(scratch.path());
     const platform::Data value(100, 7);

@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "scratch_directory.h"
 #include "side_by_side.h"
 
 extern char** environ;
@@ -31,27 +32,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void check(bool ok, const char* what) {
-  if (!ok) {
-    std::perror(what);
-    std::abort();
-  }
-}
-
-class ScratchDirectory {
- public:
-  ScratchDirectory() {
-    const fs::path parent = fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
-    std::string pattern = (parent / "host_bench.XXXXXX").string();
-    check(::mkdtemp(pattern.data()) != nullptr, "mkdtemp");
-    path_ = pattern;
-  }
-  ~ScratchDirectory() { fs::remove_all(path_); }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
+using bench::check;
+using bench::ScratchDirectory;
 
 // AURIMO_BENCH_BINARY names another build of the command to measure, say the one before a change.
 const std::string& aurimoBinary() {

@@ -26,6 +26,7 @@
 
 #include "cache/storage.h"
 #include "platform/dispatch_group.h"
+#include "scratch_directory.h"
 #include "side_by_side.h"
 
 namespace aurimo {
@@ -39,28 +40,10 @@ constexpr std::size_t kSmallValueSize = 64;
 constexpr int kKeys = 256;
 constexpr int kManyWrites = 100'000;
 
-void check(bool ok, const char* what) {
-  if (!ok) {
-    std::perror(what);
-    std::abort();
-  }
-}
+using bench::check;
+using bench::ScratchDirectory;
 
-fs::path ramDisk() { return fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path(); }
-
-class ScratchDirectory {
- public:
-  explicit ScratchDirectory(const fs::path& parent) {
-    std::string pattern = (parent / "storage_bench.XXXXXX").string();
-    check(::mkdtemp(pattern.data()) != nullptr, "mkdtemp");
-    path_ = pattern;
-  }
-  ~ScratchDirectory() { fs::remove_all(path_); }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
+using bench::ramDisk;
 
 std::shared_ptr<Store> makeStorage(const std::string& parent, std::uint64_t memoryCountLimit = 0) {
   return Store::create(cache::DiskConfig("Cache", cache::Expiry::never, 0, fs::path(parent), std::nullopt),
