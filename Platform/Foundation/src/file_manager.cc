@@ -65,21 +65,6 @@ std::string parentDirectory(const std::string& path) {
   return path.substr(0, slash);
 }
 
-// Closes a descriptor it owns unless released.
-class Descriptor {
- public:
-  explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-  }
-  int get() const { return descriptor_; }
-
- private:
-  int descriptor_;
-};
-
 struct DirectoryCloser {
   void operator()(DIR* directory) const { ::closedir(directory); }
 };
@@ -140,6 +125,10 @@ void throwFileError(const char* operation, const std::string& path, int errnoVal
 std::string fileErrorMessage(const std::filesystem::filesystem_error& error) {
   if (const auto* own = dynamic_cast<const FileError*>(&error)) return own->message();
   return error.what();
+}
+
+ScopedDescriptor::~ScopedDescriptor() {
+  if (descriptor_ >= 0) ::close(descriptor_);
 }
 
 WritableFile::WritableFile(WritableFile&& other) noexcept
@@ -283,7 +272,7 @@ int openForReading(int directory, const char* path) {
 // Reads all of an open file; `path` names it in errors and is only called then.
 template <class PathOf>
 FileContents readOpenFile(int descriptor, const PathOf& path) {
-  const Descriptor file(descriptor);
+  const ScopedDescriptor file(descriptor);
   struct stat status;
   if (::fstat(file.get(), &status) != 0) throwFileError("fstat", path(), errno);
   // A folder's size says nothing about what read() would give.
@@ -338,7 +327,7 @@ bool PosixFileManager::refreshDirectory(DirectoryHandle& directory) {
       static_cast<std::uint64_t>(status.st_ino) == directory.inode_) {
     return false;
   }
-  const Descriptor opened(::open(directory.path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const ScopedDescriptor opened(::open(directory.path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (opened.get() < 0 || ::fstat(opened.get(), &status) != 0) return false;
   if (current < 0) {
     directory.descriptor_.store(::fcntl(opened.get(), F_DUPFD_CLOEXEC, 0), std::memory_order_release);
@@ -400,7 +389,7 @@ void PosixFileManager::syncFile(WritableFile& file) {
 }
 
 void PosixFileManager::syncDirectory(const std::string& path) {
-  const Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const ScopedDescriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (directory.get() < 0) throwFileError("open", path, errno);
   if (::fsync(directory.get()) != 0) throwFileError("fsync", path, errno);
 }

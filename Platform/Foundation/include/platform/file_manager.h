@@ -58,6 +58,19 @@ struct DirectoryEntry {
 
 // An open, exclusively created file being written. Closes its descriptor if
 // dropped without close(); the file itself stays where it is.
+// Owns a file descriptor and closes it at the end of its scope.
+class ScopedDescriptor {
+ public:
+  explicit ScopedDescriptor(int descriptor) : descriptor_(descriptor) {}
+  ScopedDescriptor(const ScopedDescriptor&) = delete;
+  ScopedDescriptor& operator=(const ScopedDescriptor&) = delete;
+  ~ScopedDescriptor();
+  int get() const { return descriptor_; }
+
+ private:
+  int descriptor_;
+};
+
 class WritableFile {
  public:
   WritableFile(int descriptor, std::string path) : descriptor_(descriptor), path_(std::move(path)) {}

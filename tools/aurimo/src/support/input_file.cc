@@ -14,20 +14,6 @@
 namespace aurimo::tool {
 namespace {
 
-class ClosingDescriptor {
- public:
-  explicit ClosingDescriptor(int descriptor) : descriptor_(descriptor) {}
-  ClosingDescriptor(const ClosingDescriptor&) = delete;
-  ClosingDescriptor& operator=(const ClosingDescriptor&) = delete;
-  ~ClosingDescriptor() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-  }
-  int get() const { return descriptor_; }
-
- private:
-  int descriptor_;
-};
-
 std::string limitText(std::size_t limit) {
   return limit % (std::size_t(1) << 20) == 0 ? std::to_string(limit >> 20) + " MiB" : std::to_string(limit) + " bytes";
 }
@@ -39,7 +25,7 @@ platform::Data readInputFile(const std::string& path, std::size_t limit, const s
     return EventError(event + ": " + platform::FileError(operation, path, errno).message());
   };
   // O_NONBLOCK: opening a FIFO for reading would otherwise wait for a writer.
-  const ClosingDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  const platform::ScopedDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (file.get() < 0) throw failed("open");
   struct stat status;
   if (::fstat(file.get(), &status) != 0) throw failed("fstat");
