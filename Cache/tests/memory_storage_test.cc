@@ -1,4 +1,6 @@
 // Expiry, the bounded LRU cache and the memory layer.
+#include <array>
+
 #include "cache_test_support.h"
 
 namespace aurimo::cache {
@@ -101,6 +103,38 @@ TEST_F(MemoryStorageTest, StoragesSharingACacheSeeOtherValueTypesAsTypeNotMatch)
   EXPECT_EQ(texts.object("k"), "again");
   MemoryStorage<std::string, std::string> transformed = ints.transform<std::string>();  // its own cache
   EXPECT_EQ(failureOf([&] { transformed.entry("k"); }), "notFound");
+}
+
+TEST_F(MemoryStorageTest, KeysStayWithTheirStorageWhateverOthersSharingTheCacheDo) {
+  auto shared = std::make_shared<MemoryCache<std::string>>();
+  const MemoryConfig config(Expiry::never, 2, 0);
+  Memory ints(config, shared);
+  auto texts = std::make_unique<MemoryStorage<std::string, std::string>>(config, shared);
+  ints.setObject(1, "a");
+  texts->setObject("x", "a");  // takes "a" over, then "c" evicts it
+  for (const char* key : {"b", "c", "a"}) ints.setObject(2, key);
+  EXPECT_THAT(ints.keysSnapshot(), UnorderedElementsAre("a", "b", "c"));
+  EXPECT_THAT(texts->keysSnapshot(), ElementsAre("a"));
+  texts->removeAll();
+  Memory moved = std::move(ints);
+  moved.setObject(5, "d");
+  texts->setObject("y", "d");
+  texts.reset();  // its object under "d" is evicted after it is gone
+  for (const char* key : {"e", "f"}) moved.setObject(6, key);
+  EXPECT_THAT(moved.keysSnapshot(), UnorderedElementsAre("a", "b", "c", "d", "e", "f"));
+}
+
+TEST_F(MemoryStorageTest, ObjectsTooLargeToSitInPlaceRewriteAndMismatchAlike) {
+  using Big = std::array<std::string, 4>;
+  auto shared = std::make_shared<MemoryCache<std::string>>();
+  MemoryStorage<std::string, Big> bigs(MemoryConfig(Expiry::never, 0, 0), shared);
+  Memory ints(MemoryConfig(Expiry::never, 0, 0), shared);
+  bigs.setObject(Big{"a", "b"}, "k");
+  bigs.setObject(Big{"c", std::string(100, 'd')}, "k");
+  EXPECT_EQ(bigs.object("k"), (Big{"c", std::string(100, 'd')}));
+  EXPECT_EQ(failureOf([&] { ints.entry("k"); }), "typeNotMatch");
+  ints.setObject(1, "k");
+  EXPECT_EQ(failureOf([&] { bigs.entry("k"); }), "typeNotMatch");
 }
 
 }  // namespace

@@ -10,18 +10,30 @@
 // their own consistent with the cache under the same lock; functions given to
 // read() and withLock() must not call back into the cache.
 //
+// Every entry that leaves (evicted, removed, cleared) is handed to `OnDrop`
+// with its key moved out, under the lock; the memory storages use it to keep
+// the keys they wrote without storing them a second time.
+//
 //   cache::internal::BoundedCache<std::string, int> cache(/*countLimit=*/2, /*totalCostLimit=*/0);
 //   cache.setObject("a", 1);  int a = 0; cache.read("a", [&](const int& v) { a = v; });
 
 #include <cstddef>
 #include <functional>
+#include <iterator>
 #include <mutex>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 
 namespace aurimo::cache::internal {
 
-template <class K, class V, class Hash = std::hash<K>>
+// Ignores dropped entries.
+struct IgnoreDrops {
+  template <class K, class V>
+  void operator()(K&&, V&) {}
+};
+
+template <class K, class V, class Hash = std::hash<K>, class OnDrop = IgnoreDrops>
 class BoundedCache {
  public:
   // The cache's operations without locking, handed out by withLock().
@@ -52,8 +64,21 @@ class BoundedCache {
       std::forward<F>(reader)(std::as_const(it->second.value));
       return true;
     }
+    // Calls `visit(key, value)` for every entry, in no particular order.
+    template <class F>
+    void forEach(F&& visit) const {
+      for (const auto& [key, slot] : cache_.slots_) visit(key, slot.value);
+    }
+    // Removes every entry for which `pred(value)` holds.
+    template <class P>
+    void removeIf(P&& pred) {
+      for (auto it = cache_.slots_.begin(); it != cache_.slots_.end();) {
+        it = pred(std::as_const(it->second.value)) ? cache_.eraseLocked(it) : std::next(it);
+      }
+    }
     void removeObject(const K& key) { cache_.removeLocked(key); }
     void removeAllObjects() { cache_.removeAllLocked(); }
+    OnDrop& onDrop() { return cache_.onDrop_; }
 
    private:
     friend class BoundedCache;
@@ -163,16 +188,29 @@ class BoundedCache {
     return true;
   }
 
+  using SlotIterator = typename std::unordered_map<K, Slot, Hash>::iterator;
+
   void removeLocked(const K& key) {
-    auto it = slots_.find(key);
-    if (it == slots_.end()) return;
+    if (auto it = slots_.find(key); it != slots_.end()) eraseLocked(it);
+  }
+
+  SlotIterator eraseLocked(SlotIterator it) {
     unlink(it->second);
     totalCost_ -= it->second.cost;
-    slots_.erase(it);
+    auto next = std::next(it);
+    auto node = slots_.extract(it);
+    onDrop_(std::move(node.key()), node.mapped().value);
+    return next;
   }
 
   void removeAllLocked() {
-    slots_.clear();
+    if constexpr (std::is_same_v<OnDrop, IgnoreDrops>) slots_.clear();
+    for (auto it = slots_.begin(); it != slots_.end();) {
+      auto next = std::next(it);
+      auto node = slots_.extract(it);
+      onDrop_(std::move(node.key()), node.mapped().value);
+      it = next;
+    }
     head_ = tail_ = nullptr;
     totalCost_ = 0;
   }
@@ -206,6 +244,7 @@ class BoundedCache {
   std::size_t countLimit_;                    // guarded by mutex_
   std::size_t totalCostLimit_;                // guarded by mutex_
   std::size_t totalCost_ = 0;                 // guarded by mutex_
+  [[no_unique_address]] OnDrop onDrop_;       // guarded by mutex_
 };
 
 }  // namespace aurimo::cache::internal
