@@ -15,12 +15,13 @@
 #include <string>
 
 #include "commands/commands.h"
-#include "platform/dbus_notification_presenter.h"
+#include "platform/desktop_notification_presenter.h"
 #include "platform/directories.h"
 #include "platform/un_user_notification_center.h"
 #include "support/desktop_delivery.h"
 #include "support/event_host.h"
 #include "support/notification_json.h"
+#include "support/plugins.h"
 
 namespace aurimo::tool {
 namespace {
@@ -39,7 +40,12 @@ int deliver(bool follow) {
     if (stop < 0) return fail(kExitFailure, std::string("notifications: signalfd: ") + std::strerror(errno));
   }
   std::string problem;
-  std::unique_ptr<platform::DBusNotificationPresenter> presenter = platform::DBusNotificationPresenter::connect(problem);
+  const auto connect = loadPlugin<DesktopEntry>("desktop", kDesktopEntry, problem);
+  if (!connect) {
+    if (stop >= 0) ::close(stop);
+    return fail(kExitFailure, "notifications: " + problem);
+  }
+  const std::unique_ptr<platform::DesktopNotificationPresenter> presenter(connect(&problem));
   if (!presenter) {
     if (stop >= 0) ::close(stop);
     return fail(kExitFailure, "notifications: no session bus: " + problem);

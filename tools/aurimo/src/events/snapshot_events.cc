@@ -6,16 +6,15 @@
 //   {"event":"snapshot","file":PATH,"width":W,"height":H}
 // A folder that is missing or not writable answers an error and leaves no file.
 
-#include <filesystem>
+#include <cstddef>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "events/events.h"
 #include "platform/application.h"
 #include "platform/file_manager.h"
-#include "platform/screen_renderer.h"
+#include "support/plugins.h"
 
 namespace aurimo::tool {
 namespace {
@@ -29,16 +28,15 @@ class SnapshotEvents final : public EventModule {
       app_->context();
       const std::string file = requiredString(event, "file");
       if (file.empty() || file.back() == '/') throw EventError("snapshot: \"file\" must name a file");
-      const platform::ScreenRenderer renderer;
-      try {
-        platform::writePNG(renderer.render(platform::UIApplication::shared()), file,
-                           platform::FileManager::defaultManager());
-      } catch (const std::filesystem::filesystem_error& error) {
-        throw EventError("snapshot: " + platform::fileErrorMessage(error));
-      } catch (const std::runtime_error& error) {
-        throw EventError(std::string("snapshot: ") + error.what());
+      std::string problem;
+      const auto snapshot = loadPlugin<SnapshotEntry>("snapshots", kSnapshotEntry, problem);
+      std::size_t width = 0;
+      std::size_t height = 0;
+      if (!snapshot || !snapshot(platform::UIApplication::shared(), file, platform::FileManager::defaultManager(),
+                                 &width, &height, &problem)) {
+        throw EventError("snapshot: " + problem);
       }
-      return [file, width = renderer.pixelWidth(), height = renderer.pixelHeight()](nlohmann::ordered_json& out) {
+      return [file, width, height](nlohmann::ordered_json& out) {
         out["file"] = file;
         out["width"] = width;
         out["height"] = height;
