@@ -90,8 +90,11 @@ class Ring {
 
   // Where the attributes come from: a statx at the head of the chain (io_uring
   // always hands statx to a worker thread), a statx system call before the
-  // submission, or nowhere (the best case: the cache needs the date).
-  enum class Attributes { inChain, bySystemCall, none };
+  // submission, or nowhere (the best case: the cache needs the date). The
+  // one that keeps the file manager's promise (data and attributes of the
+  // same file) is fromOpenFile: openat and fstat as calls, then only read
+  // and close chained.
+  enum class Attributes { inChain, bySystemCall, none, fromOpenFile };
 
   // [statx,] openat into slot 0, read, close. Hard links keep the chain
   // going past a short read (the guess is larger than the file), so the slot
@@ -100,6 +103,7 @@ class Ring {
   // fails instead and would have to be retried by the plain path.
   std::size_t read(int folder, const std::string& name, std::vector<std::uint8_t>& buffer, Attributes attributes,
                    bool noWait) {
+    if (attributes == Attributes::fromOpenFile) return readOpenFile(folder, name, buffer);
     buffer.resize(kGuess);
     struct statx status{};
     unsigned count = 3;
@@ -132,6 +136,29 @@ class Ring {
     check(seen == count && results[0] == 0 && results[2] == static_cast<int>(kValueSize), "read");
     check(attributes == Attributes::none || status.stx_size == kValueSize, "statx");
     buffer.resize(kValueSize);
+    return buffer.size();
+  }
+
+  std::size_t readOpenFile(int folder, const std::string& name, std::vector<std::uint8_t>& buffer) {
+    const int fd = ::openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOATIME);
+    struct stat status;
+    check(fd >= 0 && ::fstat(fd, &status) == 0, "openat");
+    buffer.resize(static_cast<std::size_t>(status.st_size));
+    io_uring_sqe* read = next(0);
+    // The exact size: a short read of a regular file would go to a worker.
+    io_uring_prep_read(read, fd, buffer.data(), static_cast<unsigned>(buffer.size()), 0);
+    read->flags |= IOSQE_IO_HARDLINK;
+    io_uring_prep_close(next(1), fd);
+    check(io_uring_submit_and_wait(&ring_, 2) == 2, "io_uring_submit_and_wait");
+    int results[2] = {-1, -1};
+    unsigned seen = 0, head;
+    io_uring_cqe* cqe;
+    io_uring_for_each_cqe(&ring_, head, cqe) {
+      if (cqe->user_data < 2) results[cqe->user_data] = cqe->res;
+      ++seen;
+    }
+    io_uring_cq_advance(&ring_, seen);
+    check(seen == 2 && results[0] == status.st_size && results[1] == 0, "read");
     return buffer.size();
   }
 
@@ -199,6 +226,8 @@ using A = Ring::Attributes;
 // tmpfs refuses RWF_NOWAIT (EOPNOTSUPP), so there every read goes to a worker.
 AURIMO_URING_CASE(statx_in_chain, A::inChain, false, false, false, false);
 AURIMO_URING_CASE(statx_call, A::bySystemCall, false, false, false, false);
+AURIMO_URING_CASE(fstat_call_then_read_close, A::fromOpenFile, false, false, false, false);
+AURIMO_URING_CASE(fstat_call_then_read_close, A::fromOpenFile, false, false, false, true);
 AURIMO_URING_CASE(statx_in_chain_nowait, A::inChain, true, false, false, true);
 AURIMO_URING_CASE(statx_call_nowait, A::bySystemCall, true, false, false, true);
 AURIMO_URING_CASE(statx_call_nowait_ring_behind_mutex, A::bySystemCall, true, true, false, true);
