@@ -35,7 +35,7 @@ using bench::ScratchDirectory;
 
 constexpr std::size_t kValueSize = 4096;
 // The first guess at a file's size; the read asks for this much.
-constexpr std::size_t kGuess = 16 * 1024;
+constexpr std::size_t kGuess = std::size_t{16} * 1024;
 constexpr int kFiles = 10'000;
 
 // 10,000 files of 4 KiB named like the cache's (an MD5 in hex and an extension).
@@ -133,7 +133,7 @@ class Ring {
       ++seen;
     }
     io_uring_cq_advance(&ring_, seen);
-    check(seen == count && results[0] == 0 && results[2] == static_cast<int>(kValueSize), "read");
+    check(seen == count && results[0] == 0 && results[2] == static_cast<int>(kValueSize) && results[3] == 0, "read");
     check(attributes == Attributes::none || status.stx_size == kValueSize, "statx");
     buffer.resize(kValueSize);
     return buffer.size();
