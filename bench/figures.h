@@ -21,6 +21,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -68,8 +69,7 @@ using Reading = std::function<std::optional<double>(const Runs&)>;
 
 // Seconds per iteration of the fastest repetition: the machine's other load
 // only ever adds time. Seconds, so benchmarks in different units compare.
-inline std::optional<double> fastest(const Runs& runs, const std::string& name, Time time) {
-  const std::vector<Run>* found = runs.find(name);
+inline std::optional<double> fastest(const std::vector<Run>* found, Time time) {
   if (!found) return std::nullopt;
   std::optional<double> best;
   for (const Run& run : *found) {
@@ -81,8 +81,7 @@ inline std::optional<double> fastest(const Runs& runs, const std::string& name, 
 }
 
 // The largest value a counter took: the worst repetition.
-inline std::optional<double> largest(const Runs& runs, const std::string& name, const std::string& counter) {
-  const std::vector<Run>* found = runs.find(name);
+inline std::optional<double> largest(const std::vector<Run>* found, const std::string& counter) {
   if (!found) return std::nullopt;
   std::optional<double> worst;
   for (const Run& run : *found) {
@@ -98,15 +97,21 @@ inline std::optional<double> quotient(std::optional<double> ours, std::optional<
 }
 
 inline Reading timeRatio(std::string ours, std::string floor, Time time) {
-  return [=](const Runs& runs) { return quotient(fastest(runs, ours, time), fastest(runs, floor, time)); };
+  return [ours = std::move(ours), floor = std::move(floor), time](const Runs& runs) {
+    return quotient(fastest(runs.find(ours), time), fastest(runs.find(floor), time));
+  };
 }
 
 inline Reading counterRatio(std::string ours, std::string floor, std::string counter) {
-  return [=](const Runs& runs) { return quotient(largest(runs, ours, counter), largest(runs, floor, counter)); };
+  return [ours = std::move(ours), floor = std::move(floor), counter = std::move(counter)](const Runs& runs) {
+    return quotient(largest(runs.find(ours), counter), largest(runs.find(floor), counter));
+  };
 }
 
 inline Reading counter(std::string name, std::string counter) {
-  return [=](const Runs& runs) { return largest(runs, name, counter); };
+  return [name = std::move(name), counter = std::move(counter)](const Runs& runs) {
+    return largest(runs.find(name), counter);
+  };
 }
 
 struct Goal {
@@ -213,19 +218,22 @@ class FigureConsoleReporter final : public benchmark::ConsoleReporter {
     std::vector<Figure> rows = carried_;
     for (Figure& figure : figures_.read(runs_)) rows.push_back(std::move(figure));
     if (rows.empty()) return;
-    std::printf("\nfigures (ours against the floor; bench/run_all.sh tabulates them):\n");
+    std::ostream& out = GetOutputStream();
+    out << "\nfigures, as bench/run_all.sh tabulates them:\n";
     for (const Figure& row : rows) {
       const Goal& goal = row.goal;
       const char* unit = goal.isCount ? "" : "x";
+      char line[256];
       if (goal.goal == 0 && !goal.isCount) {
-        std::printf("  %-44s %9.2fx  info\n", goal.name.c_str(), row.value);
-        continue;
+        std::snprintf(line, sizeof line, "  %-44s %9.2fx  info\n", goal.name.c_str(), row.value);
+      } else {
+        const bool passed = goal.lowerIsBetter ? row.value <= goal.goal : row.value >= goal.goal;
+        std::snprintf(line, sizeof line, "  %-44s %9.2f%s  goal %s %g%s  %s\n", goal.name.c_str(), row.value, unit,
+                      goal.lowerIsBetter ? "<=" : ">=", goal.goal, unit, passed ? "pass" : "FAIL");
       }
-      const bool passed = goal.lowerIsBetter ? row.value <= goal.goal : row.value >= goal.goal;
-      std::printf("  %-44s %9.2f%s  goal %s %g%s  %s\n", goal.name.c_str(), row.value, unit,
-                  goal.lowerIsBetter ? "<=" : ">=", goal.goal, unit, passed ? "pass" : "FAIL");
+      out << line;
     }
-    std::fflush(stdout);
+    out.flush();
   }
 
  private:
