@@ -12,17 +12,17 @@
 
 #include <atomic>
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "app_context/context/app_context.h"
 #include "app_context/media/cache_helper.h"
 #include "settings_store_kit/constants.h"
 #include "testing/environment.h"
 #include "testing/recording_app_managers.h"
+
+#include "figures.h"
 
 namespace aurimo {
 namespace {
@@ -103,28 +103,12 @@ BENCHMARK(BM_AppContextConstruction)->Unit(benchmark::kMicrosecond);
 }  // namespace
 }  // namespace aurimo
 
-// Prints the construction's ratio to its services alone after the usual table.
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  class Reporter final : public benchmark::ConsoleReporter {
-   public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-      for (const Run& run : runs) {
-        if (run.run_name.function_name == "BM_ServicesAlone") alone_ = run.GetAdjustedCPUTime();
-        if (run.run_name.function_name == "BM_AppContextConstruction") context_ = run.GetAdjustedCPUTime();
-      }
-      ConsoleReporter::ReportRuns(runs);
-    }
-    void Finalize() override {
-      ConsoleReporter::Finalize();
-      if (alone_ > 0 && context_ > 0) std::printf("AppContext construction / its services alone: %.2fx (goal <= 1.20x)\n", context_ / alone_);
-    }
-
-   private:
-    double alone_ = 0;
-    double context_ = 0;
-  } reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  return 0;
+  namespace bench = aurimo::bench;
+  bench::Figures figures;
+  figures.add({"construction vs services alone, CPU", 1.2},
+              bench::timeRatio("BM_AppContextConstruction", "BM_ServicesAlone", bench::Time::cpu));
+  figures.add({.name = "caller-thread writes per launch", .isCount = true},
+              bench::counter("BM_AppContextConstruction", "files_written_on_caller"));
+  return bench::runBenchmarks(argc, argv, figures);
 }

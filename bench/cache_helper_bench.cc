@@ -13,7 +13,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,6 +23,8 @@
 #include "platform/directories.h"
 #include "platform/dispatch_group.h"
 #include "testing/environment.h"
+
+#include "figures.h"
 
 namespace aurimo {
 namespace {
@@ -138,30 +139,6 @@ void BM_DiskRead(benchmark::State& state) { pairedReads(state, true); }
 BENCHMARK(BM_MemoryRead)->Iterations(400)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_DiskRead)->Iterations(400)->Unit(benchmark::kMillisecond);
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (auto ratio = run.counters.find("ratio"); ratio != run.counters.end()) {
-        ratios_[run.run_name.function_name] = ratio->second.value;
-      }
-    }
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    std::printf("\nCacheHelper read time as a ratio to Storage's, fastest batch each (lower is better):\n");
-    printRatio("4 KiB from memory (goal <= 1.1x)", "BM_MemoryRead");
-    printRatio("4 KiB from disk (goal <= 1.1x)", "BM_DiskRead");
-  }
-
- private:
-  void printRatio(const char* label, const std::string& name) {
-    if (ratios_.count(name)) std::printf("  %-36s %.2fx\n", label, ratios_[name]);
-  }
-  std::map<std::string, double> ratios_;
-};
-
 }  // namespace
 
 }  // namespace aurimo
@@ -172,9 +149,8 @@ int main(int argc, char** argv) {
   test::Environment environment;
   fill(keys());
 
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
+  // Each benchmark carries its ratio itself: no figures to add.
+  const int status = bench::runBenchmarks(argc, argv, bench::Figures());
   CacheHelper::resetStoragesForTesting();
+  return status;
 }

@@ -6,13 +6,12 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
-#include <map>
 #include <mutex>
-#include <string>
 
 #include "platform/dispatch_group.h"
 #include "platform/dispatch_queue.h"
+
+#include "figures.h"
 
 namespace aurimo {
 namespace {
@@ -49,54 +48,23 @@ BENCHMARK(BM_SyncIdle);
 BENCHMARK(BM_SyncIdle)->Name("BM_SyncIdleWall")->UseRealTime();
 BENCHMARK(BM_SyncBehindQueuedBlock)->UseRealTime();
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration) continue;
-      // The fastest repetition: the machine's other load only ever adds time.
-      // CPU time for the non-blocking cases, wall time for the one that waits.
-      const std::string name = run.benchmark_name();
-      const double time = name.ends_with("real_time") ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
-      auto [slot, fresh] = times_.try_emplace(name, time);
-      if (!fresh && time < slot->second) slot->second = time;
-    }
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    const double mutex = times_["BM_MutexLockUnlock"];
-    const double idle = times_["BM_SyncIdle"];
-    const double idleWall = times_["BM_SyncIdleWall/real_time"];
-    const double busy = times_["BM_SyncBehindQueuedBlock/real_time"];
-    if (mutex <= 0 || idle <= 0) return;
-    std::printf("\nsync on an idle serial queue: %.2fx mutex lock+unlock (goal <= 3x)\n", idle / mutex);
-    if (busy > 0 && idleWall > 0) {
-      std::printf("sync handed over by a busy queue: %.0f ns, %.0fx the idle sync (wall time)\n", busy,
-                  busy / idleWall);
-    }
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 }  // namespace aurimo
 
 int main(int argc, char** argv) {
   using namespace aurimo;
-  benchmark::Initialize(&argc, argv);
-  // Run with --benchmark_repetitions=N on a loaded machine; the summary keeps the best.
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  using bench::Time;
+  // Run with --benchmark_repetitions=N on a loaded machine; the figures keep the best.
+  // CPU time for the cases that never block, wall time for the one that waits.
+  bench::Figures figures;
+  figures.add({"idle sync vs mutex lock+unlock, CPU", 3}, bench::timeRatio("BM_SyncIdle", "BM_MutexLockUnlock", Time::cpu));
+  figures.add({"busy-queue sync vs idle sync, wall"},
+              bench::timeRatio("BM_SyncBehindQueuedBlock", "BM_SyncIdleWall", Time::real));
   // Start the worker pool first: while a process has a single thread, glibc's mutex
   // skips its locked instructions, which no process that uses queues ever sees.
   platform::DispatchGroup started;
   platform::DispatchQueue::global().async(started, [] {});
   started.wait();
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  return 0;
+  return bench::runBenchmarks(argc, argv, figures);
 }

@@ -1,19 +1,20 @@
 // MD5 throughput against OpenSSL's, the floor, on the same inputs.
-// Each size runs both; the summary prints our time as a ratio to OpenSSL's
-// (goals: <= 1.3x on short keys, >= 90% of the throughput on 64 KiB).
+// Each size runs both; the figures are our time as a ratio to OpenSSL's, the
+// fastest repetition each (goals: <= 1.3x on short keys, >= 90% of the
+// throughput on 64 KiB).
 
 #include <openssl/md5.h>
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <map>
+#include <cstdint>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "cache/md5.h"
+
+#include "figures.h"
 
 namespace aurimo {
 namespace {
@@ -52,41 +53,17 @@ void BM_OpenSsl(benchmark::State& state) {
 BENCHMARK(BM_OpenSsl)->Arg(16)->Arg(40)->Arg(64 * 1024);
 BENCHMARK(BM_Ours)->Arg(16)->Arg(40)->Arg(64 * 1024);
 
-// Collects per-iteration times so the ratios can be printed after the run.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration) continue;
-      // The fastest repetition: the machine's other load only ever adds time.
-      auto [it, inserted] = times_.emplace(run.benchmark_name(), run.GetAdjustedRealTime());
-      if (!inserted) it->second = std::min(it->second, run.GetAdjustedRealTime());
-    }
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    std::printf("\nMD5 time as a ratio to OpenSSL (lower is better):\n");
-    for (const char* size : {"16", "40", "65536"}) {
-      const double ours = times_[std::string("BM_Ours/") + size];
-      const double floor = times_[std::string("BM_OpenSsl/") + size];
-      if (floor > 0) std::printf("  %6s B: %.2fx  (throughput %.0f%% of OpenSSL)\n", size, ours / floor,
-                                 100.0 * floor / ours);
-    }
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 }  // namespace aurimo
 
 int main(int argc, char** argv) {
-  using namespace aurimo;
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
+  namespace bench = aurimo::bench;
+  bench::Figures figures;
+  figures.add({"16 B key, time vs OpenSSL", 1.3}, bench::timeRatio("BM_Ours/16", "BM_OpenSsl/16", bench::Time::real));
+  figures.add({"40 B key, time vs OpenSSL", 1.3}, bench::timeRatio("BM_Ours/40", "BM_OpenSsl/40", bench::Time::real));
+  // Throughput: higher is better, so the floor's time over ours.
+  figures.add({.name = "64 KiB, throughput vs OpenSSL", .goal = 0.9, .lowerIsBetter = false},
+              bench::timeRatio("BM_OpenSsl/65536", "BM_Ours/65536", bench::Time::real));
+  return bench::runBenchmarks(argc, argv, figures);
 }

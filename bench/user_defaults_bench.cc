@@ -9,8 +9,7 @@
 #include <benchmark/benchmark.h>
 
 #include <atomic>
-#include <cstdio>
-#include <map>
+#include <cstdint>
 #include <string>
 #include <thread>
 
@@ -19,6 +18,8 @@
 #include "platform/run_loop.h"
 #include "platform/user_defaults.h"
 #include "testing/temporary_directory.h"
+
+#include "figures.h"
 
 namespace aurimo {
 namespace {
@@ -80,49 +81,19 @@ void BM_FileBacked(benchmark::State& state) {
 BENCHMARK(BM_InMemory)->Iterations(500);
 BENCHMARK(BM_FileBacked)->Iterations(500);
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration) continue;
-      // The fastest repetition: the machine's other load only ever adds time.
-      const std::string name = run.run_name.function_name;
-      auto [slot, fresh] = times_.try_emplace(name, run.GetAdjustedCPUTime());
-      if (!fresh && run.GetAdjustedCPUTime() < slot->second) slot->second = run.GetAdjustedCPUTime();
-      for (const auto& [counter, value] : run.counters) counters_[counter] += value.value;
-    }
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    const double memory = times_["BM_InMemory"];
-    const double file = times_["BM_FileBacked"];
-    if (memory <= 0 || file <= 0) return;
-    std::printf("\nthree set() on a file-backed store: %.2fx the in-memory store's (calling thread's CPU time)\n",
-                file / memory);
-    std::printf("file writes on the calling thread: %.0f (goal 0); %.0f writes in all for %.0f rounds\n",
-                counters_["caller_writes"], counters_["writes"], counters_["rounds"]);
-  }
-
- private:
-  std::map<std::string, double> times_;
-  std::map<std::string, double> counters_;
-};
-
 }  // namespace
 }  // namespace aurimo
 
 int main(int argc, char** argv) {
   using namespace aurimo;
-  benchmark::Initialize(&argc, argv);
-  // Run with --benchmark_repetitions=N on a loaded machine; the summary keeps the best.
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  // Run with --benchmark_repetitions=N on a loaded machine; the figures keep the best.
+  bench::Figures figures;
+  figures.add({"3 sets, file vs memory store, CPU"},
+              bench::timeRatio("BM_FileBacked", "BM_InMemory", bench::Time::cpu));
+  figures.add({.name = "file writes on the calling thread", .isCount = true}, bench::counter("BM_FileBacked", "caller_writes"));
   // Start the worker pool first, so neither side pays for the first thread.
   platform::DispatchGroup started;
   platform::DispatchQueue::global().async(started, [] {});
   started.wait();
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  return 0;
+  return bench::runBenchmarks(argc, argv, figures);
 }
